@@ -1,0 +1,54 @@
+#include "support/alloc_failure.h"
+
+#include <cstddef>
+
+extern "C" void* __real_malloc(size_t size);
+extern "C" void* __real_calloc(size_t count, size_t size);
+
+namespace {
+
+thread_local long g_count = 0;
+thread_local long g_failAt = 0;
+
+bool NextAllocationFails() {
+  ++g_count;
+  return g_failAt != 0 && g_count == g_failAt;
+}
+
+}  // namespace
+
+extern "C" void* __wrap_malloc(size_t size) {
+  return NextAllocationFails() ? nullptr : __real_malloc(size);
+}
+
+extern "C" void* __wrap_calloc(size_t count, size_t size) {
+  return NextAllocationFails() ? nullptr : __real_calloc(count, size);
+}
+
+namespace alloc_failure {
+
+void FailNth(long n) {
+  g_count = 0;
+  g_failAt = n;
+}
+
+void Disarm() { g_failAt = 0; }
+
+long Count() { return g_count; }
+
+long ForEachFailure(const std::function<void()>& call, const std::function<void(long)>& check) {
+  FailNth(0);
+  call();
+  const long total = Count();
+  Disarm();
+  check(0);
+  for (long n = 1; n <= total; ++n) {
+    FailNth(n);
+    call();
+    Disarm();
+    check(n);
+  }
+  return total;
+}
+
+}  // namespace alloc_failure
