@@ -27,8 +27,8 @@ TEST(PassBackResult, OverwritesTheCallersVariableEvenWithSuccess) {
 }
 
 TEST(PassBackResult, AcceptsNullForEveryCode) {
-  for (RResult code : {RESULT_SUCCEEDED, RESULT_INV_ARGUMENT, RESULT_OUT_OF_MEMORY,
-                       RESULT_INV_DATA, RESULT_ANY_ERROR}) {
+  for (RResult code : {RESULT_SUCCEEDED, RESULT_INV_ARGUMENT, RESULT_OUT_OF_MEMORY, RESULT_INV_DATA,
+                       RESULT_ANY_ERROR}) {
     PassBackResult(code, nullptr);
   }
 }

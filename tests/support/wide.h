@@ -3,8 +3,8 @@
 #ifndef COMMONHELPERS_TESTS_SUPPORT_WIDE_H_
 #define COMMONHELPERS_TESTS_SUPPORT_WIDE_H_
 
+#include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 #include <vector>
 
