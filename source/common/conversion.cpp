@@ -1,1 +1,88 @@
-// Filled in by the conversion family.
+// Conversion wrappers: whole strings and text-file lines through
+// ConvertUtfString, with buffers sized three destination units per source
+// unit, plus three.
+#include <cstdlib>
+#include <cstring>
+
+#include "commonhelpers.h"
+#include "stringconverter.h"
+
+namespace {
+
+// The largest source length n for which 3 * n + 3 still fits in an int.
+constexpr size_t kMaxConvertibleLength = 715827881;
+
+constexpr int kLineBufferSize = 2048;
+
+}  // namespace
+
+USHORT* GetUTF16Text(const char* szInput, RResult* presult) {
+  RResult result = RESULT_SUCCEEDED;
+  USHORT* wszText = nullptr;
+  size_t cnInput = 0;
+  if (szInput == nullptr) {
+    result = RESULT_INV_ARGUMENT;
+  } else {
+    cnInput = strlen(szInput);
+    if (cnInput > kMaxConvertibleLength) {
+      result = RESULT_OUT_OF_MEMORY;
+    }
+  }
+  if (result == RESULT_SUCCEEDED) {
+    const size_t cnUnits = cnInput * 3 + 3;
+    wszText = static_cast<USHORT*>(calloc(cnUnits, sizeof(USHORT)));
+    if (wszText == nullptr) {
+      result = RESULT_OUT_OF_MEMORY;
+    } else {
+      ConvertUtfString(szInput, UTF_8, wszText, static_cast<int>(cnUnits), UTF_16, &result);
+    }
+  }
+  PassBackResult(result, presult);
+  return wszText;
+}
+
+void GetUtf8TextFromUtf16(USHORT* wszText, int position, char* szText, RResult* presult) {
+  RResult result = RESULT_SUCCEEDED;
+  USHORT* wszTemp = nullptr;
+  char* szTemp = nullptr;
+  if (wszText == nullptr || szText == nullptr || position < 0) {
+    result = RESULT_INV_ARGUMENT;
+  } else if (static_cast<size_t>(position) > kMaxConvertibleLength) {
+    result = RESULT_OUT_OF_MEMORY;
+  }
+  const size_t cnUnits = static_cast<size_t>(position);
+  if (result == RESULT_SUCCEEDED) {
+    wszTemp = static_cast<USHORT*>(calloc(cnUnits + 1, sizeof(USHORT)));
+    szTemp = static_cast<char*>(calloc(cnUnits * 3 + 3, 1));
+    if (wszTemp == nullptr || szTemp == nullptr) {
+      result = RESULT_OUT_OF_MEMORY;
+    }
+  }
+  if (result == RESULT_SUCCEEDED) {
+    memcpy(wszTemp, wszText, cnUnits * sizeof(USHORT));
+    ConvertUtfString(wszTemp, UTF_16, szTemp, static_cast<int>(cnUnits * 3 + 3), UTF_8, &result);
+  }
+  if (result == RESULT_SUCCEEDED) {
+    memcpy(szText, szTemp, strlen(szTemp) + 1);
+  }
+  free(wszTemp);
+  free(szTemp);
+  PassBackResult(result, presult);
+}
+
+BOOL ReadUtf8Line(FILE* pfile, USHORT* pwchLine, int nBlockSize, RResult* presult) {
+  RResult result = RESULT_SUCCEEDED;
+  BOOL fRead = FALSE;
+  if (pfile == nullptr || pwchLine == nullptr || nBlockSize <= 0) {
+    result = RESULT_INV_ARGUMENT;
+  }
+  if (result == RESULT_SUCCEEDED) {
+    CHAR rgchLine[kLineBufferSize];
+    if (fgets(rgchLine, kLineBufferSize, pfile) != nullptr) {
+      fRead = TRUE;
+      ConvertUtfString(rgchLine, UTF_8, pwchLine, nBlockSize, UTF_16, &result);
+    }
+  }
+  PassBackResult(result, presult);
+  return fRead;
+}
