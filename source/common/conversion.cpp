@@ -5,12 +5,12 @@
 #include <cstring>
 
 #include "commonhelpers.h"
+#include "sizes.h"
 #include "stringconverter.h"
 
 namespace {
 
-// The largest source length n for which 3 * n + 3 still fits in an int.
-constexpr size_t kMaxConvertibleLength = 715827881;
+using commonhelpers_internal::kMaxTripledLength;
 
 constexpr int kLineBufferSize = 2048;
 
@@ -24,7 +24,7 @@ USHORT* GetUTF16Text(const char* szInput, RResult* presult) {
     result = RESULT_INV_ARGUMENT;
   } else {
     cnInput = strlen(szInput);
-    if (cnInput > kMaxConvertibleLength) {
+    if (cnInput > kMaxTripledLength) {
       result = RESULT_OUT_OF_MEMORY;
     }
   }
@@ -47,7 +47,7 @@ void GetUtf8TextFromUtf16(USHORT* wszText, int position, char* szText, RResult* 
   char* szTemp = nullptr;
   if (wszText == nullptr || szText == nullptr || position < 0) {
     result = RESULT_INV_ARGUMENT;
-  } else if (static_cast<size_t>(position) > kMaxConvertibleLength) {
+  } else if (static_cast<size_t>(position) > kMaxTripledLength) {
     result = RESULT_OUT_OF_MEMORY;
   }
   const size_t cnUnits = static_cast<size_t>(position);
