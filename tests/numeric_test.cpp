@@ -1,0 +1,91 @@
+#include <gtest/gtest.h>
+#include <sys/time.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+#include "commonhelpers.h"
+#include "support/alloc_failure.h"
+
+namespace {
+
+uint32_t Bits(float value) {
+  uint32_t bits;
+  memcpy(&bits, &value, sizeof bits);
+  return bits;
+}
+
+std::vector<float> Window(int size) {
+  RResult result = RESULT_ANY_ERROR;
+  float* values = GetHanWindow(size, &result);
+  EXPECT_EQ(result, RESULT_SUCCEEDED);
+  std::vector<float> window(values, values + size);
+  free(values);
+  return window;
+}
+
+TEST(GetHanWindow, MatchesTheListedValuesBitForBit) {
+  const std::vector<std::vector<float>> expected = {
+      {0.0f},
+      {0.0f, 0.5f},
+      {0.0f, 0.25f, 0.5f, 0.2500000298f},
+      {0.0f, 0.0732233f, 0.25f, 0.42677668f, 0.5f, 0.42677671f, 0.25000003f, 0.07322332f}};
+  for (const std::vector<float>& values : expected) {
+    const std::vector<float> window = Window(static_cast<int>(values.size()));
+    for (size_t i = 0; i < values.size(); ++i) {
+      EXPECT_EQ(Bits(window[i]), Bits(values[i])) << values.size() << ":" << i;
+    }
+  }
+}
+
+TEST(GetHanWindow, ComputesEachValueInDoubleWithTheEnginesPeriod) {
+  for (int size : {3, 7, 64, 400, 1024}) {
+    const std::vector<float> window = Window(size);
+    for (int i = 0; i < size; ++i) {
+      const float expected = static_cast<float>(0.25 - 0.25 * std::cos(i * 6.2831852 / size));
+      ASSERT_EQ(Bits(window[i]), Bits(expected)) << size << ":" << i;
+    }
+  }
+}
+
+TEST(GetHanWindow, FailsWithOutOfMemory) {
+  RResult result = RESULT_SUCCEEDED;
+  EXPECT_EQ(GetHanWindow(-1, &result), nullptr);
+  EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
+  EXPECT_EQ(GetHanWindow(-1, nullptr), nullptr);
+  alloc_failure::ScopedFailure failFirst(1);
+  EXPECT_EQ(GetHanWindow(16, &result), nullptr);
+  EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
+}
+
+TEST(FloatEqual, UsesAbsoluteThenRelativeTolerance) {
+  const float kInf = std::numeric_limits<float>::infinity();
+  const float kNaN = std::numeric_limits<float>::quiet_NaN();
+  struct Row {
+    float alpha, beta;
+    BOOL expected;
+  } rows[] = {
+      {1, 1, TRUE},          {0, 0, TRUE},         {0, 1e-9f, TRUE}, {0, 1e-8f, FALSE},
+      {1e-9f, -1e-9f, TRUE}, {1, 1.02f, TRUE},     {100, 102, TRUE}, {1, 1.0203f, FALSE},
+      {1, 1.03f, FALSE},     {100, 102.1f, FALSE}, {-1, 1, FALSE},   {5, -5, FALSE},
+      {kInf, 1, TRUE},       {kInf, kInf, TRUE},   {kNaN, 1, TRUE},  {3e38f, 1e38f, TRUE},
+      {3e38f, -1e38f, TRUE},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(FloatEqual(row.alpha, row.beta), row.expected) << row.alpha << " " << row.beta;
+  }
+}
+
+TEST(GetTime, ReadsTheTimeOfDayInMilliseconds) {
+  timeval before, after;
+  gettimeofday(&before, nullptr);
+  const long now = GetTime();
+  gettimeofday(&after, nullptr);
+  EXPECT_GE(now, before.tv_sec * 1000L + before.tv_usec / 1000);
+  EXPECT_LE(now, after.tv_sec * 1000L + after.tv_usec / 1000);
+}
+
+}  // namespace

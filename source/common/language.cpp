@@ -1,1 +1,105 @@
-// Filled in by the language family.
+// Language classification of UTF-16 units and of whole texts. A unit is
+// judged by its own value: surrogate pairs are never combined, so characters
+// beyond U+FFFF belong to no class.
+#include <cstdlib>
+
+#include "commonhelpers.h"
+
+namespace {
+
+bool IsEnglishLetter(USHORT wch) {
+  return (wch >= 0x41 && wch <= 0x5A) || (wch >= 0x61 && wch <= 0x7A);
+}
+
+bool IsChineseCharacter(USHORT wch) { return wch >= 0x4E00 && wch <= 0x9FFF; }
+
+bool IsNumberCharacter(USHORT wch) {
+  return (wch >= 0x2C && wch <= 0x39) || (wch >= 0xFF10 && wch <= 0xFF19);
+}
+
+}  // namespace
+
+LanguageType GetTextType(USHORT wch, RResult* presult) {
+  LanguageType type = TTS_LANG_UNSIGNED;
+  if (IsEnglishLetter(wch)) {
+    type = TTS_LANG_FOREIGN;
+  } else if (IsChineseCharacter(wch)) {
+    type = TTS_LANG_PRIMARY;
+  }
+  PassBackResult(RESULT_SUCCEEDED, presult);
+  return type;
+}
+
+BOOL BelongsToEnglish(USHORT wch, RResult* presult) {
+  PassBackResult(RESULT_SUCCEEDED, presult);
+  return IsEnglishLetter(wch) ? TRUE : FALSE;
+}
+
+BOOL BelongsToChinese(USHORT wch, RResult* presult) {
+  PassBackResult(RESULT_SUCCEEDED, presult);
+  return IsChineseCharacter(wch) ? TRUE : FALSE;
+}
+
+BOOL BelongsToNumber(USHORT wch, RResult* presult) {
+  PassBackResult(RESULT_SUCCEEDED, presult);
+  return IsNumberCharacter(wch) ? TRUE : FALSE;
+}
+
+// The text-level tests below never write through `presult`: it is part of
+// their signature only.
+
+BOOL ValidEnglishWord(const char* szText, RResult* /*presult*/) {
+  // A byte from 0x80 up widens with its sign to 0xFF80 or above, never a
+  // letter, so testing the byte as unsigned gives the same answer.
+  for (const char* pch = szText; *pch != '\0'; ++pch) {
+    if (!IsEnglishLetter(static_cast<unsigned char>(*pch))) {
+      return FALSE;
+    }
+  }
+  return TRUE;
+}
+
+BOOL ContainsEnglish(unsigned short* wszText, RResult* /*presult*/) {
+  if (wszText == nullptr) {
+    return FALSE;
+  }
+  for (const USHORT* pwch = wszText; *pwch != 0; ++pwch) {
+    if (IsEnglishLetter(*pwch)) {
+      return TRUE;
+    }
+  }
+  return FALSE;
+}
+
+BOOL ContainsChinese(char* szText, RResult* /*presult*/) {
+  BOOL fFound = FALSE;
+  if (szText != nullptr) {
+    RResult result = RESULT_SUCCEEDED;
+    USHORT* wszText = GetUTF16Text(szText, &result);
+    if (result == RESULT_SUCCEEDED) {
+      for (const USHORT* pwch = wszText; *pwch != 0 && !fFound; ++pwch) {
+        fFound = IsChineseCharacter(*pwch) ? TRUE : FALSE;
+      }
+    }
+    free(wszText);
+  }
+  return fFound;
+}
+
+BOOL IsSameChar(const char* szText, USHORT punc, int count) {
+  if (szText == nullptr) {
+    return FALSE;
+  }
+  // The conversion's code is not looked at: whatever it left in the buffer
+  // is the text, and a buffer that could not be allocated is no text at all.
+  USHORT* wszText = GetUTF16Text(szText, nullptr);
+  bool fSame = true;
+  long cnUnits = 0;
+  if (wszText != nullptr) {
+    for (const USHORT* pwch = wszText; *pwch != 0 && fSame; ++pwch, ++cnUnits) {
+      fSame = *pwch == punc;
+    }
+  }
+  free(wszText);
+  return fSame && cnUnits == count ? TRUE : FALSE;
+}
