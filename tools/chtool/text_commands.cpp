@@ -1,0 +1,65 @@
+// halfwidth and lang: line-by-line text commands.
+#include <cstdlib>
+
+#include "chtool.h"
+
+namespace chtool {
+
+namespace {
+
+const char kHalfWidthUsage[] =
+    "usage: chtool halfwidth [FILE...]\n"
+    "Writes UTF-8 text with full-width letters, digits and symbols, the ideographic\n"
+    "space, circled digits 1-9 and dashes turned into ASCII. Other text is kept.\n";
+
+const char kLangUsage[] =
+    "usage: chtool lang [--summary] [FILE...]\n"
+    "For each line prints 'zh+en', 'zh', 'en' or '-' (Chinese characters, English\n"
+    "letters, both or neither), a tab and the line. --summary prints only the counts.\n";
+
+}  // namespace
+
+int HalfWidth(const Args& args) {
+  if (WantsHelp(args, kHalfWidthUsage)) return 0;
+  std::string half;
+  return ForEachLine(args, [&](std::string& line) {
+    half.resize(line.size() + 1);
+    fullToHalf(line.c_str(), &half[0], nullptr);
+    fputs(half.c_str(), stdout);
+    fputc('\n', stdout);
+  });
+}
+
+int Lang(const Args& args) {
+  if (WantsHelp(args, kLangUsage)) return 0;
+  Args files;
+  bool summary = false;
+  for (const std::string& arg : args) {
+    if (arg == "--summary") {
+      summary = true;
+    } else if (arg.size() > 1 && arg[0] == '-') {
+      return Fail(kExitUsage, "lang: unknown option " + arg);
+    } else {
+      files.push_back(arg);
+    }
+  }
+  long counts[4] = {0, 0, 0, 0};  // neither, English, Chinese, both
+  const char* const kLabels[4] = {"-", "en", "zh", "zh+en"};
+  const int status = ForEachLine(files, [&](std::string& line) {
+    const bool chinese = ContainsChinese(&line[0], nullptr) == TRUE;
+    USHORT* wszLine = GetUTF16Text(line.c_str(), nullptr);
+    const bool english = ContainsEnglish(wszLine, nullptr) == TRUE;
+    free(wszLine);
+    const int kind = (chinese ? 2 : 0) + (english ? 1 : 0);
+    ++counts[kind];
+    if (!summary) printf("%s\t%s\n", kLabels[kind], line.c_str());
+  });
+  if (summary) {
+    printf("lines\t%ld\nchinese\t%ld\nenglish\t%ld\nboth\t%ld\nneither\t%ld\n",
+           counts[0] + counts[1] + counts[2] + counts[3], counts[2] + counts[3],
+           counts[1] + counts[3], counts[3], counts[0]);
+  }
+  return status;
+}
+
+}  // namespace chtool
