@@ -78,6 +78,14 @@ TEST(GetBinWideString, ReadsEveryAnnouncedUnit) {
   }
 }
 
+TEST(GetBinWideString, ReportsAFailedAllocation) {
+  MemoryStream stream(std::string("\x02\x41\0", 3));
+  RResult result = RESULT_SUCCEEDED;
+  alloc_failure::ScopedFailure failFirst(1);
+  EXPECT_EQ(GetBinWideString(stream.file, &result), nullptr);
+  EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
+}
+
 // Odd and negative counts are rejected before anything is allocated or read
 // past the count; a short text gives back the partly filled buffer.
 TEST(GetBinWideString, RejectsBadCountsAndShortTexts) {

@@ -21,6 +21,7 @@ class FileCompareTest : public ::testing::Test {
   void TearDown() override {
     for (int k = 0; k < count_; ++k) remove(Path(k).c_str());
     rmdir((dir_ + "/sub").c_str());
+    remove((dir_ + "/fifo").c_str());
     rmdir(dir_.c_str());
   }
 
@@ -85,6 +86,10 @@ TEST_F(FileCompareTest, ClosesEveryFileAndFailsOnMissingOrUnreadablePaths) {
   const std::string missing = dir_ + "/missing";
   const std::string sub = dir_ + "/sub";
   ASSERT_EQ(mkdir(sub.c_str(), 0700), 0);
+  // A FIFO without a writer reads as an empty file; it must not hang.
+  const std::string fifo = dir_ + "/fifo";
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  const std::string empty = File("");
   struct Row {
     std::string first, second;
     BOOL text, binary;
