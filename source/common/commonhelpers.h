@@ -168,20 +168,24 @@ COMMONHELPERS_API void WStringSetDestruct(USHORT** rgwszKeys, int cnString, RRes
 // CopyString()
 //
 // Returns a new copy of `szSrc`. A null source returns null with
-// RESULT_SUCCEEDED; a failed allocation returns null with RESULT_OUT_OF_MEMORY.
+// RESULT_SUCCEEDED; a failed allocation, or a source of 2,147,483,647 bytes or
+// more, returns null with RESULT_OUT_OF_MEMORY.
 COMMONHELPERS_API char* CopyString(const char* szSrc, RResult* presult);
 
 // CatchString()
 //
 // Returns a new buffer holding `szSrc` followed by `szTgt`, and frees `szSrc`
-// on success only. A null argument gives null with RESULT_INV_ARGUMENT, a
-// failed allocation null with RESULT_OUT_OF_MEMORY.
+// (which must come from malloc or calloc) on success only. A null argument
+// gives null with RESULT_INV_ARGUMENT; a failed allocation, or two strings of
+// 2,147,483,647 bytes or more together, null with RESULT_OUT_OF_MEMORY. On a
+// failure `szSrc` is neither freed nor changed.
 COMMONHELPERS_API char* CatchString(char* szSrc, const char* szTgt, RResult* presult);
 
 // ChopStringStart(), ChopStringEnd(), ChopString()
 //
-// Remove the leading, the trailing, or both runs of chop characters in place.
-// A null text is a fatal error ("szText != NULL").
+// Remove the leading, the trailing, or both runs of chop characters in place;
+// chop characters inside the text stay. A null text is a fatal error
+// ("szText != NULL").
 COMMONHELPERS_API void ChopStringStart(char* szText);
 COMMONHELPERS_API void ChopStringEnd(char* szText);
 COMMONHELPERS_API void ChopString(char* szText);
@@ -199,7 +203,8 @@ COMMONHELPERS_API BOOL IsCharSpace(char ch);
 
 // IsStringSpace()
 //
-// TRUE when `szText` is non-empty and every byte is white space.
+// TRUE when `szText` is non-empty and every byte is white space (as
+// IsCharSpace); FALSE for null and "".
 COMMONHELPERS_API BOOL IsStringSpace(const char* szText);
 
 // IsDigit()
@@ -308,19 +313,23 @@ COMMONHELPERS_API BOOL ReadBinBool(FILE* pfile, RResult* presult);
 // File comparison
 // ---------------------------------------------------------------------------
 //
-// Both open and close the two files themselves and use fixed buffers of
-// 1,024 bytes, whatever the files' sizes. FALSE also stands for a file that
-// can't be opened or read.
+// Both open and close the two files themselves, on every path, and stream
+// through fixed buffers whatever the files' sizes. FALSE also stands for a
+// file that can't be opened: the caller can't tell that from a difference.
+// A FIFO without a writer reads as an empty file rather than blocking.
 
 // CompareTextFiles()
 //
 // TRUE when the two files have the same lines once trailing spaces, CRs and
-// LFs are trimmed. A line longer than 1,023 bytes counts as several.
+// LFs are trimmed (so CR LF and LF line ends compare equal; tabs and leading
+// spaces count). A line longer than 1,023 bytes counts as several. A read
+// error ends that file's lines: a directory reads as an empty file.
 COMMONHELPERS_API BOOL CompareTextFiles(const char* szFile1, const char* szFile2);
 
 // CompareBinFiles()
 //
-// TRUE when the two files hold the same bytes.
+// TRUE when the two files hold the same bytes. A read error (a directory,
+// say) gives FALSE.
 COMMONHELPERS_API BOOL CompareBinFiles(const char* szFile1, const char* szFile2);
 
 // ---------------------------------------------------------------------------
