@@ -9,6 +9,25 @@
 
 #include "commonhelpers.h"
 
+namespace {
+
+BOOL ValidIntegerModel(const char* p) {
+  if (*p == 0) return FALSE;
+  if (*p == '+' || *p == '-') ++p;
+  if (p[0] == '0' && p[1] != 0) return FALSE;
+  for (; *p != 0; ++p) {
+    if (*p < '0' || *p > '9') return FALSE;
+  }
+  return TRUE;
+}
+
+std::string Folded(std::string s) {
+  for (char& c : s) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  return s;
+}
+
+}  // namespace
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string bytes(reinterpret_cast<const char*>(data), size);
   const size_t length = strlen(bytes.c_str());
@@ -43,11 +62,21 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   ContainsChinese(text, nullptr);
   ValidEnglishWord(text, nullptr);
   IsSameChar(text, length > 0 ? static_cast<USHORT>(text[0]) : 0, static_cast<int>(size % 8));
-  IsValidInteger(text);
-  IsStringSpace(text);
-  StartsWith(text, length > 2 ? text + length - 2 : "");
-  if (EndsWith(text, length > 2 ? text + length - 2 : "") != TRUE) abort();
+  if (IsValidInteger(text) != ValidIntegerModel(bytes.c_str())) abort();
+  const std::string str(text);
+  if (IsStringSpace(text) !=
+      (!str.empty() && str.find_first_not_of(" \t\n\v\f\r") == std::string::npos))
+    abort();
+  const std::string tail = length > 2 ? str.substr(length - 2) : "";
+  if (StartsWith(text, tail.c_str()) != (Folded(str.substr(0, tail.size())) == Folded(tail)))
+    abort();
+  if (EndsWith(text, tail.c_str()) != TRUE) abort();
   ChopString(text);
+  const size_t first = str.find_first_not_of(" \r\n");
+  if (first == std::string::npos
+          ? *text != 0
+          : text != str.substr(first, str.find_last_not_of(" \r\n") + 1 - first))
+    abort();
 
   FILE* file = size > 0 ? fmemopen(const_cast<uint8_t*>(data), size, "rb") : nullptr;
   if (file != nullptr) {

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Runs every fuzz target for SECONDS (default 60) on a working copy of its
-# seed corpus, one after another; builds the fuzz preset first.
+# Runs every fuzz target for SECONDS (default 60) or ten million executions,
+# whichever ends first, on a working copy of its seed corpus, one after
+# another; builds the fuzz preset first.
 # usage: fuzz/run.sh [SECONDS] [TARGET...]
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -22,7 +23,7 @@ for target in "${targets[@]}"; do
   cp -n fuzz/corpus/"$target"/* "$work"/ 2>/dev/null || true
   echo "--- fuzz_$target for ${seconds}s"
   log="fuzz/corpus-work/$target.log"
-  if ! "build/fuzz/fuzz/fuzz_$target" "$work" -max_total_time="$seconds" -timeout=10 \
+  if ! "build/fuzz/fuzz/fuzz_$target" "$work" -max_total_time="$seconds" -runs=10000000 -timeout=10 \
     -rss_limit_mb=4096 -print_final_stats=1 > "$log" 2>&1; then
     tail -n 40 "$log" >&2
     echo "fuzz_$target found a failure; the reproducer (crash-*) is in $(pwd)" >&2
