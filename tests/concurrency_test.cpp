@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -51,6 +52,17 @@ int Round(int thread, const std::string& path) {
   expect(ContainsChinese(half, nullptr) == TRUE && IsSameChar("...", '.', 3) == TRUE);
   std::string csv = "x,y," + std::to_string(thread);
   expect(split(csv, ",").size() == 3);
+  StringReplace(csv, ",", ";");
+  expect(Trim(csv, ";xy") && csv == std::to_string(thread));
+  char* sz = CatchString(CopyString(" 12 \r\n", nullptr), "+", nullptr);
+  ChopString(sz);
+  expect(std::string(sz) == "12 \r\n+" && IsValidInteger("-42") && StartsWith(sz, "12"));
+  free(sz);
+  uint32_t utf32[8];
+  ConvertUtfString(text.c_str(), UTF_8, utf32, 8, UTF_32, &result);
+  expect(result == RESULT_SUCCEEDED && utf32[0] == 0xFF21 && utf32[1] == 0x4F60);
+  expect(GetTextType(0x4F60, nullptr) == TTS_LANG_PRIMARY && BelongsToNumber('7', nullptr) &&
+         FloatEqual(1.0f, 1.005f) && TextIsEmpty(wide::Buffer(u" \x3000").data(), nullptr));
   float* window = GetHanWindow(8, nullptr);
   expect(window[4] == 0.5f);
   free(window);
@@ -67,6 +79,11 @@ int Round(int thread, const std::string& path) {
   fclose(file);
   expect(CompareBinFiles(path.c_str(), path.c_str()) == TRUE);
   expect(CompareTextFiles(path.c_str(), path.c_str()) == TRUE);
+  file = fopen(path.c_str(), "rb");
+  USHORT line[16];
+  expect(ReadUtf8Line(file, line, 16, &result) == TRUE && result == RESULT_SUCCEEDED &&
+         line[0] == 4 && line[1] == 0x41 && line[2] == 0);
+  fclose(file);
   return failures;
 }
 

@@ -1,0 +1,221 @@
+// Input nobody checked: streams that cannot be read, record files cut at every
+// byte, and every allocation of the allocating calls failing in turn. Each
+// case must give its documented answer, without hanging or leaking.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <functional>
+#include <string>
+
+#include "commonhelpers.h"
+#include "support/alloc_failure.h"
+#include "support/memory_stream.h"
+#include "support/wide.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class HostileInputTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char pattern[] = "/tmp/commonhelpers-hostile-XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    dir_ = pattern;
+  }
+  void TearDown() override { fs::remove_all(dir_); }
+
+  // A FIFO whose writer put `bytes` in it and has gone: reads drain the bytes
+  // and then see the end, never blocking.
+  FILE* Fifo(const std::string& bytes) {
+    const std::string path = dir_ + "/fifo" + std::to_string(count_++);
+    if (mkfifo(path.c_str(), 0600) != 0) return nullptr;
+    const int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK);
+    const int writer = open(path.c_str(), O_WRONLY);
+    if (reader < 0 || writer < 0) return nullptr;
+    const bool written =
+        write(writer, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
+    close(writer);
+    return written ? fdopen(reader, "rb") : nullptr;
+  }
+
+  std::string dir_;
+  int count_ = 0;
+};
+
+// A directory, a write-only file and an empty FIFO open fine but yield no
+// byte: every reader reports a failed read (the line reader: the end).
+TEST_F(HostileInputTest, ReadersOnStreamsThatYieldNothing) {
+  const std::string written = dir_ + "/written";
+  const std::function<FILE*()> streams[] = {
+      [&] { return fopen(dir_.c_str(), "rb"); },
+      [&] { return fopen(written.c_str(), "wb"); },
+      [&] { return Fifo(""); },
+  };
+  for (const auto& open : streams) {
+    for (int reader = 0; reader < 5; ++reader) {
+      SCOPED_TRACE("reader " + std::to_string(reader));
+      FILE* file = open();
+      ASSERT_NE(file, nullptr);
+      RResult result = RESULT_ANY_ERROR;
+      USHORT line[8] = {0x5A5A, 0};
+      switch (reader) {
+        case 0:
+          EXPECT_EQ(Read7BitEncodedInt(file, &result), -1);
+          break;
+        case 1:
+          EXPECT_EQ(GetBinWideString(file, &result), nullptr);
+          break;
+        case 2:
+          EXPECT_EQ(GetBinString(file, &result), nullptr);
+          break;
+        case 3:
+          EXPECT_EQ(ReadBinBool(file, &result), FALSE);
+          break;
+        default:
+          EXPECT_EQ(ReadUtf8Line(file, line, 8, &result), FALSE);
+          EXPECT_EQ(line[0], 0x5A5A);
+          break;
+      }
+      EXPECT_EQ(result, reader == 4 ? RESULT_SUCCEEDED : RESULT_INV_DATA);
+      fclose(file);
+    }
+  }
+}
+
+// A record file cut after every byte, from a regular file and from a FIFO:
+// the values before the cut read back whole, the one it falls in and all after
+// it fail with RESULT_INV_DATA.
+TEST_F(HostileInputTest, RecordFilesCutAtEveryByte) {
+  enum Reader { kInt, kString, kBool, kWide };
+  const struct {
+    Reader reader;
+    std::string bytes, text;
+    int value;
+  } values[] = {
+      {kInt, "\xAC\x02", "", 300},
+      {kString, std::string("\x04\x41\0\x60\x4F", 5), "A\xE4\xBD\xA0", 0},
+      {kBool, "\x02", "", 2},
+      {kWide, std::string("\x04\x43\0\x44\0", 5), "CD", 0},
+      {kInt, "\xFF\xFF\xFF\xFF\x0F", "", -1},
+  };
+  std::string all;
+  for (const auto& value : values) all += value.bytes;
+  for (size_t cut = 0; cut <= all.size(); ++cut) {
+    for (bool fifo : {false, true}) {
+      SCOPED_TRACE("cut " + std::to_string(cut) + (fifo ? " fifo" : " file"));
+      MemoryStream regular(all.substr(0, cut));
+      FILE* file = fifo ? Fifo(all.substr(0, cut)) : regular.file;
+      ASSERT_NE(file, nullptr);
+      size_t end = 0;
+      for (const auto& value : values) {
+        end += value.bytes.size();
+        const bool whole = end <= cut;
+        RResult result = RESULT_ANY_ERROR;
+        if (value.reader == kInt) {
+          EXPECT_EQ(Read7BitEncodedInt(file, &result), whole ? value.value : -1);
+        } else if (value.reader == kBool) {
+          EXPECT_EQ(ReadBinBool(file, &result), whole ? value.value : FALSE);
+        } else if (value.reader == kString) {
+          char* sz = GetBinString(file, &result);
+          EXPECT_EQ(sz == nullptr ? "(null)" : sz, whole ? value.text : "(null)");
+          free(sz);
+        } else {
+          USHORT* wsz = GetBinWideString(file, &result);
+          if (whole) {
+            EXPECT_EQ(wide::Text(wsz), u"CD");
+          }
+          free(wsz);  // a short text comes back unterminated, but it is ours
+        }
+        EXPECT_EQ(result, whole ? RESULT_SUCCEEDED : RESULT_INV_DATA);
+      }
+      RResult result = RESULT_ANY_ERROR;
+      EXPECT_EQ(ReadBinBool(file, &result), FALSE);
+      EXPECT_EQ(result, RESULT_INV_DATA);
+      if (fifo) fclose(file);
+    }
+  }
+}
+
+// The calls that allocate once, each with that allocation failing: the
+// count must be exact, and the failure gives the documented answer.
+TEST(AllocationFailure, EverySingleAllocationFailsCleanly) {
+  struct Row {
+    const char* name;
+    std::function<bool(bool failed)> documented;  // runs the call, frees what it got
+  } rows[] = {
+      {"CopyWString",
+       [](bool failed) {
+         RResult result = RESULT_ANY_ERROR;
+         USHORT* wsz = CopyWString(wide::Buffer(u"ab").data(), &result);
+         const bool ok = failed ? wsz == nullptr && result == RESULT_OUT_OF_MEMORY
+                                : wide::Text(wsz) == u"ab" && result == RESULT_SUCCEEDED;
+         free(wsz);
+         return ok;
+       }},
+      {"CopyString",
+       [](bool failed) {
+         RResult result = RESULT_ANY_ERROR;
+         char* sz = CopyString("ab", &result);
+         const bool ok = failed ? sz == nullptr && result == RESULT_OUT_OF_MEMORY
+                                : std::string(sz) == "ab" && result == RESULT_SUCCEEDED;
+         free(sz);
+         return ok;
+       }},
+      {"GetUTF16Text",
+       [](bool failed) {
+         RResult result = RESULT_ANY_ERROR;
+         USHORT* wsz = GetUTF16Text("\xE4\xBD\xA0", &result);
+         const bool ok = failed ? wsz == nullptr && result == RESULT_OUT_OF_MEMORY
+                                : wide::Text(wsz) == u"\x4F60" && result == RESULT_SUCCEEDED;
+         free(wsz);
+         return ok;
+       }},
+      {"GetBinWideString",
+       [](bool failed) {
+         MemoryStream stream(std::string("\x02\x41\0", 3));
+         RResult result = RESULT_ANY_ERROR;
+         USHORT* wsz = GetBinWideString(stream.file, &result);
+         const bool ok = failed ? wsz == nullptr && result == RESULT_OUT_OF_MEMORY
+                                : wide::Text(wsz) == u"A" && result == RESULT_SUCCEEDED;
+         free(wsz);
+         return ok;
+       }},
+      {"GetHanWindow",
+       [](bool failed) {
+         RResult result = RESULT_ANY_ERROR;
+         float* window = GetHanWindow(2, &result);
+         const bool ok = failed ? window == nullptr && result == RESULT_OUT_OF_MEMORY
+                                : window[1] == 0.5f && result == RESULT_SUCCEEDED;
+         free(window);
+         return ok;
+       }},
+      {"ContainsChinese",  // answers FALSE and never writes the code
+       [](bool failed) {
+         char text[] = "\xE4\xBD\xA0";
+         RResult result = RESULT_ANY_ERROR;
+         return ContainsChinese(text, &result) == (failed ? FALSE : TRUE) &&
+                result == RESULT_ANY_ERROR;
+       }},
+      {"IsSameChar",  // a text it could not convert has no units
+       [](bool failed) { return IsSameChar("..", '.', failed ? 0 : 2) == TRUE; }},
+  };
+  for (const Row& row : rows) {
+    bool ok = false;
+    bool failing = false;
+    const long allocations = alloc_failure::ForEachFailure(
+        [&] { ok = row.documented(failing); },
+        [&](long failed) {
+          EXPECT_TRUE(ok) << row.name << ", allocation " << failed << " failing";
+          failing = true;
+        });
+    EXPECT_EQ(allocations, 1) << row.name;
+  }
+}
+
+}  // namespace
