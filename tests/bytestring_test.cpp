@@ -1,6 +1,4 @@
 #include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <climits>
 #include <cstdlib>
@@ -9,22 +7,7 @@
 
 #include "commonhelpers.h"
 #include "support/alloc_failure.h"
-
-#if __has_include(<valgrind/valgrind.h>)
-#include <valgrind/valgrind.h>
-#else
-#define RUNNING_ON_VALGRIND 0
-#endif
-#if defined(__SANITIZE_THREAD__)
-#define UNDER_THREAD_SANITIZER 1
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define UNDER_THREAD_SANITIZER 1
-#endif
-#endif
-#ifndef UNDER_THREAD_SANITIZER
-#define UNDER_THREAD_SANITIZER 0
-#endif
+#include "support/huge_text.h"
 
 namespace {
 
@@ -70,36 +53,11 @@ TEST(CatchString, FreesTheFirstArgumentOnlyOnSuccess) {
   free(szSrc);
 }
 
-// A text of 4 GiB + 1 MiB for almost no memory: one 1 MiB run of 'a' mapped
-// 4,097 times in a row, then a private page that holds `tail`. Returns where
-// the tail starts, or null.
-constexpr size_t kRun = size_t{1} << 20, kRuns = 4097, kHugeSpan = kRun * kRuns + 4096;
-char* MapHugeText(const char* tail) {
-  const int fd = memfd_create("run", 0);
-  void* span =
-      mmap(nullptr, kHugeSpan, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-  char* base = span != MAP_FAILED ? static_cast<char*>(span) : nullptr;
-  bool ok = fd >= 0 && ftruncate(fd, kRun) == 0 && base != nullptr;
-  for (size_t k = 0; ok && k < kRuns; ++k) {
-    ok = mmap(base + k * kRun, kRun, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, fd, 0) !=
-         MAP_FAILED;
-  }
-  char* end = ok ? base + kRun * kRuns : nullptr;
-  ok = ok && mmap(end, 4096, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1,
-                  0) != MAP_FAILED;
-  if (ok) memset(base, 'a', kRun);
-  if (fd >= 0) close(fd);
-  if (!ok && base != nullptr) munmap(base, kHugeSpan);
-  return ok ? strcpy(end, tail) : nullptr;
-}
-
 // Lengths one past the limit, or whose int form would be short (2^32 + 4
 // truncates to 4), must neither overrun nor allocate.
 TEST(ByteStringSizes, BeyondTheIntLimitFailWithoutOverrun) {
-  // Valgrind's strlen takes a minute over these texts, and ThreadSanitizer
-  // would write shadow for every byte read: gigabytes.
-  if (UNDER_THREAD_SANITIZER || RUNNING_ON_VALGRIND) GTEST_SKIP() << "ASan runs cover this";
-  char* tail = MapHugeText("b \r\n");
+  if (huge_text::TooCostlyHere()) GTEST_SKIP() << "ASan runs cover this";
+  char* tail = huge_text::Map("b \r\n");
   if (tail == nullptr) GTEST_SKIP() << "no address space for a 4 GiB text";
   const auto text = [tail](size_t length) { return tail + 4 - length; };
   const size_t kWrapping = (size_t{1} << 32) + 4;
@@ -117,7 +75,7 @@ TEST(ByteStringSizes, BeyondTheIntLimitFailWithoutOverrun) {
   EXPECT_EQ(EndsWith(text(kWrapping), "AB \r\n"), TRUE);
   ChopStringEnd(text(kWrapping));
   EXPECT_STREQ(tail, "b");
-  munmap(tail + 4096 - kHugeSpan, kHugeSpan);
+  huge_text::Unmap(tail);
 }
 
 TEST(ChopStrings, RemoveOnlySpacesCarriageReturnsAndLineFeeds) {

@@ -1,0 +1,60 @@
+// Texts past the int limits for almost no memory, for the size checks.
+#ifndef COMMONHELPERS_TESTS_SUPPORT_HUGE_TEXT_H_
+#define COMMONHELPERS_TESTS_SUPPORT_HUGE_TEXT_H_
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstring>
+
+#if __has_include(<valgrind/valgrind.h>)
+#include <valgrind/valgrind.h>
+#else
+#define RUNNING_ON_VALGRIND 0
+#endif
+#if defined(__SANITIZE_THREAD__)
+#define UNDER_THREAD_SANITIZER 1
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define UNDER_THREAD_SANITIZER 1
+#endif
+#endif
+#ifndef UNDER_THREAD_SANITIZER
+#define UNDER_THREAD_SANITIZER 0
+#endif
+
+namespace huge_text {
+
+// Valgrind takes a minute to walk such a text, and ThreadSanitizer would
+// write shadow for every byte read: gigabytes. The ASan runs cover them.
+inline bool TooCostlyHere() { return UNDER_THREAD_SANITIZER || RUNNING_ON_VALGRIND; }
+
+constexpr size_t kRun = size_t{1} << 20, kRuns = 4097, kSpan = kRun * kRuns + 4096;
+
+// 4 GiB + 1 MiB of 'a': one 1 MiB run mapped 4,097 times in a row, then a
+// private zeroed page that holds `tail`. Returns where the tail starts, or
+// null when the address space is not there; release with Unmap(tail).
+inline char* Map(const char* tail) {
+  const int fd = memfd_create("run", 0);
+  void* span = mmap(nullptr, kSpan, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  char* base = span != MAP_FAILED ? static_cast<char*>(span) : nullptr;
+  bool ok = fd >= 0 && ftruncate(fd, kRun) == 0 && base != nullptr;
+  for (size_t k = 0; ok && k < kRuns; ++k) {
+    ok = mmap(base + k * kRun, kRun, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, fd, 0) !=
+         MAP_FAILED;
+  }
+  char* end = ok ? base + kRun * kRuns : nullptr;
+  ok = ok && mmap(end, 4096, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1,
+                  0) != MAP_FAILED;
+  if (ok) memset(base, 'a', kRun);
+  if (fd >= 0) close(fd);
+  if (!ok && base != nullptr) munmap(base, kSpan);
+  return ok ? strcpy(end, tail) : nullptr;
+}
+
+inline void Unmap(char* tail) { munmap(tail + 4096 - kSpan, kSpan); }
+
+}  // namespace huge_text
+
+#endif  // COMMONHELPERS_TESTS_SUPPORT_HUGE_TEXT_H_
