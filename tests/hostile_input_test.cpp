@@ -8,20 +8,35 @@
 #include <unistd.h>
 
 #include <climits>
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <functional>
 #include <string>
 
 #include "commonhelpers.h"
+#include "stringconverter.h"
 #include "support/alloc_failure.h"
 #include "support/huge_text.h"
 #include "support/memory_stream.h"
 #include "support/wide.h"
 
+// Present in coverage builds only. A death-test child ends in abort() before
+// gcov writes its counts; writing them first shows the fatal paths covered.
+extern "C" void __gcov_dump() __attribute__((weak));
+
 namespace {
 
 namespace fs = std::filesystem;
+
+void DumpCoverageAndAbort(int) {
+  __gcov_dump();
+  signal(SIGABRT, SIG_DFL);
+  raise(SIGABRT);
+}
+
+[[maybe_unused]] const bool kCoverageDumpedOnAbort =
+    __gcov_dump != nullptr && signal(SIGABRT, DumpCoverageAndAbort) != SIG_ERR;
 
 class HostileInputTest : public ::testing::Test {
  protected:
@@ -246,6 +261,20 @@ TEST(HostileSizes, BeyondTheIntLimitFailBeforeAllocating) {
   EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
   EXPECT_EQ(alloc_failure::Count(), 0);
   huge_text::Unmap(tail);
+}
+
+// Nulls and malformed units where a check or an early exit could go wrong.
+TEST(HostileText, NullsAndEarlyExits) {
+  EXPECT_EQ(StartsWith("a", nullptr), FALSE);
+  EXPECT_EQ(EndsWith(nullptr, "a"), FALSE);
+  EXPECT_EQ(IsSameChar("a..", '.', 2), FALSE);  // the walk stops at the first other unit
+  EXPECT_EQ(IsSameChar("..a", '.', 2), FALSE);
+  const USHORT highThenPrivate[] = {'x', 0xD800, 0xE000, 0};  // a high surrogate needs a low one
+  char sz[16] = "untouched";
+  RResult result = RESULT_SUCCEEDED;
+  ConvertUtfString(highThenPrivate, UTF_16, sz, 16, UTF_8, &result);
+  EXPECT_EQ(result, RESULT_INV_DATA);
+  EXPECT_STREQ(sz, "x");
 }
 
 // A match that overlaps the appended delimiter leaves a tail that no
