@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Installs the library (static, then shared) into a temporary prefix given
-# only at install time, and builds and runs a project outside the tree
-# against it, found once through CMake's package and once through pkg-config.
+# Installs the library and chtool (static, then shared) into a temporary
+# prefix given only at install time, runs the installed tool, and builds and
+# runs a project outside the tree against the library, found once through
+# CMake's package and once through pkg-config.
 # For the shared library, checks the SONAME and that it exports exactly the
 # functions its headers declare.
 set -euo pipefail
@@ -13,10 +14,11 @@ for shared in OFF ON; do
   echo "--- consumer with BUILD_SHARED_LIBS=$shared"
   prefix="$work/prefix-$shared"
   cmake -S "$root" -B "$work/lib-$shared" -G Ninja -DCMAKE_BUILD_TYPE=Release \
-    -DBUILD_SHARED_LIBS="$shared" -DCOMMONHELPERS_BUILD_TESTS=OFF -DCOMMONHELPERS_BUILD_TOOLS=OFF \
+    -DBUILD_SHARED_LIBS="$shared" -DCOMMONHELPERS_BUILD_TESTS=OFF \
     > /dev/null
   cmake --build "$work/lib-$shared" > /dev/null
   cmake --install "$work/lib-$shared" --prefix "$prefix" > /dev/null
+  [ "$("$prefix/bin/chtool" hann 2 | tr '\n' ' ')" == "0 0.5 " ]
 
   cmake -S "$root/tests/consumer" -B "$work/app-$shared" -G Ninja \
     -DCMAKE_PREFIX_PATH="$prefix" > /dev/null

@@ -16,7 +16,8 @@ const char kHalfWidthUsage[] =
 const char kLangUsage[] =
     "usage: chtool lang [--summary] [FILE...]\n"
     "For each line prints 'zh+en', 'zh', 'en' or '-' (Chinese characters, English\n"
-    "letters, both or neither), a tab and the line. --summary prints only the counts.\n";
+    "letters, both or neither), a tab and the line. --summary prints only the counts.\n"
+    "Only the part of a line before its first invalid UTF-8 sequence is searched.\n";
 
 }  // namespace
 
@@ -53,9 +54,16 @@ int Lang(const Args& args) {
   }
   long counts[4] = {0, 0, 0, 0};  // neither, English, Chinese, both
   const char* const kLabels[4] = {"-", "en", "zh", "zh+en"};
-  const int status = ForEachLine(files, [&](std::string& line, bool) {
-    const bool chinese = ContainsChinese(&line[0], nullptr) == TRUE;
+  bool outOfMemory = false;
+  int status = ForEachLine(files, [&](std::string& line, bool) {
+    // One conversion serves both tests; when the line is not valid UTF-8 it
+    // holds the valid start, and both tests look at that.
     USHORT* wszLine = GetUTF16Text(line.c_str(), nullptr);
+    outOfMemory = outOfMemory || wszLine == nullptr;
+    bool chinese = false;
+    for (const USHORT* pwch = wszLine; pwch != nullptr && *pwch != 0 && !chinese; ++pwch) {
+      chinese = BelongsToChinese(*pwch, nullptr) == TRUE;
+    }
     const bool english = ContainsEnglish(wszLine, nullptr) == TRUE;
     free(wszLine);
     const int kind = (chinese ? 2 : 0) + (english ? 1 : 0);
@@ -66,6 +74,7 @@ int Lang(const Args& args) {
       fputc('\n', stdout);
     }
   });
+  if (outOfMemory) status = Fail(kExitFailure, "lang: out of memory");
   if (summary) {
     printf("lines\t%ld\nchinese\t%ld\nenglish\t%ld\nboth\t%ld\nneither\t%ld\n",
            counts[0] + counts[1] + counts[2] + counts[3], counts[2] + counts[3],

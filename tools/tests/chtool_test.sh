@@ -43,8 +43,8 @@ check "halfwidth zero bytes, no last line feed" 0 \
 check "write error" 1 "$("$tool" hann 4 > /dev/full 2> /dev/null; echo $?)"
 
 # lang: per line and in summary.
-check "lang" "$(printf 'en\tabc\nzh\t你好\nzh+en\tx你\n-\t１２\n')" \
-  "$(printf 'abc\n你好\nx你\n１２\n' | "$tool" lang)"
+check "lang" "$(printf 'en\tabc\nzh\t你好\nzh+en\tx你\n-\t１２\nzh\t你\xffa\nen\ta\xff你\n')" \
+  "$(printf 'abc\n你好\nx你\n１２\n你\xffa\na\xff你\n' | "$tool" lang)"
 check "lang summary" "$(printf 'lines\t6\nchinese\t4\nenglish\t3\nboth\t1\nneither\t0')" \
   "$("$tool" lang --summary "$samples/mixed.txt")"
 check "lang bad option" 2 "$(status "$tool" lang --bogus)"
