@@ -281,25 +281,31 @@ COMMONHELPERS_API BOOL ReadUtf8Line(FILE* pfile, USHORT* pwchLine, int nBlockSiz
 // Read7BitEncodedInt()
 //
 // Returns the next 7-bit-encoded 32-bit integer (1 to 5 bytes, low group
-// first). A missing byte, or a fifth byte with its continuation bit set,
-// returns -1 with RESULT_INV_DATA. A null stream is a fatal error
+// first). A missing byte, or a fifth byte with its continuation bit set
+// (those five bytes are consumed), returns -1 with RESULT_INV_DATA; as -1 is
+// also a value, tell a failure by the code. A null stream is a fatal error
 // ("pfile != NULL").
 COMMONHELPERS_API int Read7BitEncodedInt(FILE* pfile, RResult* presult);
 
 // GetBinWideString()
 //
-// Returns a new wide string read from a byte count and that many bytes of
-// UTF-16LE units. An unreadable, odd or negative count gives null with
-// RESULT_INV_DATA; a short text gives RESULT_INV_DATA and the unterminated
-// buffer, which the caller frees.
+// Returns a new wide string of count / 2 + 1 units read from a byte count and
+// that many bytes of UTF-16LE units; zero units inside the text are kept. An
+// unreadable, odd or negative count gives null with RESULT_INV_DATA, with
+// nothing read past the count; a failed allocation null with
+// RESULT_OUT_OF_MEMORY. A short text gives RESULT_INV_DATA and the buffer,
+// unterminated, which the caller frees. A null stream is a fatal error
+// ("pfile != NULL").
 COMMONHELPERS_API USHORT* GetBinWideString(FILE* pfile, RResult* presult);
 
 // GetBinString()
 //
 // As GetBinWideString(), converted to a new zero-filled UTF-8 buffer of
 // n * 3 + 3 bytes (n units before the first zero unit). Null on every failure
-// before the conversion; after a failed conversion the buffer comes back with
-// the conversion's code. A null stream gives RESULT_INV_ARGUMENT.
+// before the conversion, with the wide text released; a text of more than
+// 715,827,881 units gives RESULT_OUT_OF_MEMORY. After a failed conversion the
+// buffer comes back with the conversion's code. A null stream gives
+// RESULT_INV_ARGUMENT.
 COMMONHELPERS_API char* GetBinString(FILE* pfile, RResult* presult);
 
 // ReadBinBool()
@@ -367,7 +373,8 @@ COMMONHELPERS_API BOOL ValidEnglishWord(const char* szText, RResult* presult);
 // ContainsEnglish()
 //
 // TRUE when `wszText` is not null and holds an English letter. Never writes
-// through `presult`.
+// through `presult`. A text longer than INT_MAX units, whose length an int
+// can't hold, gives FALSE.
 COMMONHELPERS_API BOOL ContainsEnglish(unsigned short* wszText, RResult* presult);
 
 // ContainsChinese()
@@ -391,14 +398,17 @@ COMMONHELPERS_API BOOL IsSameChar(const char* szText, USHORT punc, int count);
 // GetHanWindow()
 //
 // Returns a new array of `window_size` floats, 0.25 - 0.25 * cos(i * 6.2831852
-// / window_size) (a periodic Hann window with peak 0.5). A failed allocation,
-// which a negative size always is, gives null with RESULT_OUT_OF_MEMORY.
+// / window_size) computed in double (a periodic Hann window with peak 0.5).
+// A failed allocation, which a negative size always is, gives null with
+// RESULT_OUT_OF_MEMORY. A size of 0 returns the allocator's answer to
+// malloc(0): a block with RESULT_SUCCEEDED, or null with RESULT_OUT_OF_MEMORY.
 COMMONHELPERS_API float* GetHanWindow(int window_size, RResult* presult);
 
 // FloatEqual()
 //
 // TRUE unless the difference reaches 1e-8f and also reaches 1 % of the sum of
-// the magnitudes. A NaN or infinite argument gives TRUE.
+// the magnitudes, all in single precision. A NaN or infinite argument, or a
+// sum of magnitudes that overflows, gives TRUE.
 COMMONHELPERS_API BOOL FloatEqual(float flAlpha, float flBeta);
 
 // GetTime()

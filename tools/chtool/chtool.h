@@ -35,10 +35,13 @@ const char* ResultName(RResult result);
 // True when `args` asks for help; prints `usage` to standard output then.
 bool WantsHelp(const Args& args, const char* usage);
 
-// Calls `line` for every line (without its line feed) of each file, or of
-// standard input when there is none or the name is "-". Lines may be of any
-// length. Returns kExitFailure when a file can't be opened, else 0.
-int ForEachLine(const Args& files, const std::function<void(std::string&)>& line);
+// Calls `line` for every line of each file, or of standard input when there
+// is none or the name is "-", with the line feed taken off and `lineFeed`
+// telling whether there was one (only the last line may lack it). Lines may
+// be of any length and hold any bytes. Returns kExitFailure when a file can't
+// be opened or read, else 0.
+int ForEachLine(const Args& files,
+                const std::function<void(std::string& line, bool lineFeed)>& line);
 
 // Opens `path` for reading in binary mode ("-" is standard input); null
 // after reporting the error.

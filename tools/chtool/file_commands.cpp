@@ -56,6 +56,10 @@ int Cmp(const Args& args) {
     }
   }
   if (files.size() != 2) return Fail(kExitUsage, "cmp: two files expected");
+  // The comparisons open files by name; standard input has one on Linux.
+  for (std::string& file : files) {
+    if (file == "-") file = "/dev/stdin";
+  }
   if (!Readable(files[0]) || !Readable(files[1])) return kExitUsage;
   const BOOL equal = text ? CompareTextFiles(files[0].c_str(), files[1].c_str())
                           : CompareBinFiles(files[0].c_str(), files[1].c_str());

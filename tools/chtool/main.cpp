@@ -66,7 +66,8 @@ FILE* OpenInput(const std::string& path) {
   return file;
 }
 
-int ForEachLine(const Args& files, const std::function<void(std::string&)>& line) {
+int ForEachLine(const Args& files,
+                const std::function<void(std::string& line, bool lineFeed)>& line) {
   const Args inputs = files.empty() ? Args{"-"} : files;
   int status = 0;
   for (const std::string& path : inputs) {
@@ -80,9 +81,11 @@ int ForEachLine(const Args& files, const std::function<void(std::string&)>& line
     ssize_t length;
     while ((length = getline(&buffer, &capacity, file)) >= 0) {
       std::string text(buffer, static_cast<size_t>(length));
-      if (!text.empty() && text.back() == '\n') text.pop_back();
-      line(text);
+      const bool lineFeed = !text.empty() && text.back() == '\n';
+      if (lineFeed) text.pop_back();
+      line(text, lineFeed);
     }
+    if (ferror(file)) status = Fail(kExitFailure, path + ": read error");
     free(buffer);
     if (file != stdin) fclose(file);
   }
@@ -113,5 +116,9 @@ int main(int argc, char** argv) {
   if (it == commands.end()) {
     return Fail(kExitUsage, "unknown command '" + command + "' (see chtool --help)");
   }
-  return it->second(Args(argv + 2, argv + argc));
+  const int status = it->second(Args(argv + 2, argv + argc));
+  if (fflush(stdout) != 0 || ferror(stdout)) {
+    return Fail(kExitFailure, std::string("write error: ") + strerror(errno));
+  }
+  return status;
 }

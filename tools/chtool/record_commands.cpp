@@ -149,6 +149,8 @@ bool PackValue(const std::string& line, Field field, std::string& out) {
     return true;
   }
   const std::string text = Unescape(line);
+  // The byte count of the UTF-16 form must fit the record's 32-bit integer.
+  if (text.size() > INT_MAX / 2 - 1) return false;
   std::vector<USHORT> units(text.size() + 1);
   RResult result = RESULT_SUCCEEDED;
   ConvertUtfString(text.c_str(), UTF_8, units.data(), static_cast<int>(units.size()), UTF_16,
@@ -177,9 +179,12 @@ int Dump(const Args& arguments) {
   std::string bytes;
   char chunk[65536];
   for (size_t got; (got = fread(chunk, 1, sizeof chunk, input)) > 0;) bytes.append(chunk, got);
+  const bool unreadable = ferror(input) != 0;
   if (input != stdin) fclose(input);
+  if (unreadable) return Fail(kExitFailure, args[0] + ": read error");
   if (bytes.empty()) return 0;
   FILE* file = fmemopen(&bytes[0], bytes.size(), "rb");
+  if (file == nullptr) return Fail(kExitFailure, std::string("dump: ") + strerror(errno));
   int status = 0;
   for (size_t field = 0;; field = (field + 1) % layout.size()) {
     const long offset = ftell(file);
@@ -206,7 +211,7 @@ int Pack(const Args& arguments) {
   std::string out;
   size_t count = 0;
   std::string error;
-  int status = ForEachLine(args, [&](std::string& line) {
+  int status = ForEachLine(args, [&](std::string& line, bool) {
     const Field field = layout[count % layout.size()];
     if (error.empty() && !PackValue(line, field, out)) {
       error =

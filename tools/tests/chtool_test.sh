@@ -37,10 +37,14 @@ long="$(head -c 300000 /dev/zero | tr '\0' 'x')"
 check "halfwidth long line" 300002 "$(printf '%sＸ\n' "$long" | "$tool" halfwidth | wc -c)"
 check "halfwidth sample" 6 "$("$tool" halfwidth "$samples/mixed.txt" | wc -l)"
 check "halfwidth missing file" 1 "$(status "$tool" halfwidth "$work/missing")"
+check "halfwidth directory" 1 "$(status "$tool" halfwidth "$work")"
+check "halfwidth zero bytes, no last line feed" 0 \
+  "$(printf 'Ａ\0Ｂ\n\0Ｃ' | "$tool" halfwidth | cmp -s - <(printf 'A\0B\n\0C'); echo $?)"
+check "write error" 1 "$("$tool" hann 4 > /dev/full 2> /dev/null; echo $?)"
 
 # lang: per line and in summary.
-check "lang" "$(printf 'en\tabc\nzh\t你好\nzh+en\tx你\n-\t１２\n')" \
-  "$(printf 'abc\n你好\nx你\n１２\n' | "$tool" lang)"
+check "lang" "$(printf 'en\tabc\nzh\t你好\nzh+en\tx你\n-\t１２\nzh\t你\xffa\nen\ta\xff你\n')" \
+  "$(printf 'abc\n你好\nx你\n１２\n你\xffa\na\xff你\n' | "$tool" lang)"
 check "lang summary" "$(printf 'lines\t6\nchinese\t4\nenglish\t3\nboth\t1\nneither\t0')" \
   "$("$tool" lang --summary "$samples/mixed.txt")"
 check "lang bad option" 2 "$(status "$tool" lang --bogus)"
@@ -59,6 +63,22 @@ check "dump truncated" "chtool: $work/truncated.bin: offset 12: wstr: RESULT_INV
 check "dump truncated status" 1 "$(status "$tool" dump --layout "$layout" "$work/truncated.bin")"
 check "dump without layout" 2 "$(status "$tool" dump "$samples/records.bin")"
 check "dump bad layout" 2 "$(status "$tool" dump --layout int,float "$samples/records.bin")"
+# Hostile records: layout, bytes (printf format), the report.
+while IFS='|' read -r bad_layout bytes report; do
+  printf "$bytes" > "$work/bad.bin"
+  check "dump $bad_layout $bytes" "$(printf 'chtool: %s: %s\nexit 1' "$work/bad.bin" "$report")" \
+    "$("$tool" dump --layout "$bad_layout" "$work/bad.bin" 2>&1 > /dev/null; echo "exit $?")"
+done <<'RECORDS'
+int|\x80\x80\x80\x80\x80|offset 0: int: RESULT_INV_DATA
+int|\x05\x80|offset 1: int: RESULT_INV_DATA
+int,bool|\x01|offset 1: bool: RESULT_INV_DATA
+str|\xfe\xff\xff\xff\x07ab|offset 0: str: RESULT_INV_DATA
+str|\xff\xff\xff\xff\x0f|offset 0: str: RESULT_INV_DATA
+wstr|\x03abc|offset 0: wstr: RESULT_INV_DATA
+str|\x02\x00\xd8|offset 0: str: RESULT_INV_DATA
+wstr|\x02a\x00\x02\x00\xdc|offset 3: wstr: RESULT_INV_DATA
+RECORDS
+check "dump empty file" "exit 0" "$(: | "$tool" dump --layout int - 2>&1; echo "exit $?")"
 for seed in 1 2 3 4 5 6 7 8; do
   head -c $((seed * 997)) /dev/urandom > "$work/random.bin"
   code="$(status "$tool" dump --layout "$layout" "$work/random.bin")"
@@ -77,6 +97,8 @@ printf 'a\nb\n' > "$work/lf.txt"
 check "cmp equal" 0 "$(status "$tool" cmp "$samples/mixed.txt" "$samples/mixed.txt")"
 check "cmp different" 1 "$(status "$tool" cmp "$work/crlf.txt" "$work/lf.txt")"
 check "cmp --text" 0 "$(status "$tool" cmp --text "$work/crlf.txt" "$work/lf.txt")"
+check "cmp standard input" 0 "$(status "$tool" cmp - "$work/lf.txt" < "$work/lf.txt")"
+check "cmp standard input differs" 1 "$(status "$tool" cmp "$work/crlf.txt" - < "$work/lf.txt")"
 check "cmp missing" 2 "$(status "$tool" cmp "$work/crlf.txt" "$work/missing")"
 check "cmp directory" 2 "$(status "$tool" cmp "$work" "$work/lf.txt")"
 
