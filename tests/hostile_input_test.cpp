@@ -159,80 +159,42 @@ TEST_F(HostileInputTest, RecordFilesCutAtEveryByte) {
   }
 }
 
-// The calls that allocate once, each with that allocation failing: the
-// count must be exact, and the failure gives the documented answer.
+// The calls that allocate once and had only a single failure tested: the
+// count is exact, and the failure gives null with RESULT_OUT_OF_MEMORY.
 TEST(AllocationFailure, EverySingleAllocationFailsCleanly) {
-  struct Row {
+  const struct {
     const char* name;
-    std::function<bool(bool failed)> documented;  // runs the call, frees what it got
+    std::function<void*(RResult*)> call;
+    std::function<bool(void*)> holds;
   } rows[] = {
       {"CopyWString",
-       [](bool failed) {
-         RResult result = RESULT_ANY_ERROR;
-         USHORT* wsz = CopyWString(wide::Buffer(u"ab").data(), &result);
-         const bool ok = failed ? wsz == nullptr && result == RESULT_OUT_OF_MEMORY
-                                : wide::Text(wsz) == u"ab" && result == RESULT_SUCCEEDED;
-         free(wsz);
-         return ok;
-       }},
-      {"CopyString",
-       [](bool failed) {
-         RResult result = RESULT_ANY_ERROR;
-         char* sz = CopyString("ab", &result);
-         const bool ok = failed ? sz == nullptr && result == RESULT_OUT_OF_MEMORY
-                                : std::string(sz) == "ab" && result == RESULT_SUCCEEDED;
-         free(sz);
-         return ok;
-       }},
-      {"GetUTF16Text",
-       [](bool failed) {
-         RResult result = RESULT_ANY_ERROR;
-         USHORT* wsz = GetUTF16Text("\xE4\xBD\xA0", &result);
-         const bool ok = failed ? wsz == nullptr && result == RESULT_OUT_OF_MEMORY
-                                : wide::Text(wsz) == u"\x4F60" && result == RESULT_SUCCEEDED;
-         free(wsz);
-         return ok;
-       }},
-      {"GetBinWideString",
-       [](bool failed) {
-         MemoryStream stream(std::string("\x02\x41\0", 3));
-         RResult result = RESULT_ANY_ERROR;
-         USHORT* wsz = GetBinWideString(stream.file, &result);
-         const bool ok = failed ? wsz == nullptr && result == RESULT_OUT_OF_MEMORY
-                                : wide::Text(wsz) == u"A" && result == RESULT_SUCCEEDED;
-         free(wsz);
-         return ok;
-       }},
-      {"GetHanWindow",
-       [](bool failed) {
-         RResult result = RESULT_ANY_ERROR;
-         float* window = GetHanWindow(2, &result);
-         const bool ok = failed ? window == nullptr && result == RESULT_OUT_OF_MEMORY
-                                : window[1] == 0.5f && result == RESULT_SUCCEEDED;
-         free(window);
-         return ok;
-       }},
-      {"ContainsChinese",  // answers FALSE and never writes the code
-       [](bool failed) {
-         char text[] = "\xE4\xBD\xA0";
-         RResult result = RESULT_ANY_ERROR;
-         return ContainsChinese(text, &result) == (failed ? FALSE : TRUE) &&
-                result == RESULT_ANY_ERROR;
-       }},
-      {"IsSameChar",  // a text it could not convert has no units
-       [](bool failed) { return IsSameChar("..", '.', failed ? 0 : 2) == TRUE; }},
+       [](RResult* r) -> void* { return CopyWString(wide::Buffer(u"ab").data(), r); },
+       [](void* p) { return wide::Text(static_cast<USHORT*>(p)) == u"ab"; }},
+      {"CopyString", [](RResult* r) -> void* { return CopyString("ab", r); },
+       [](void* p) { return std::string(static_cast<char*>(p)) == "ab"; }},
+      {"GetUTF16Text", [](RResult* r) -> void* { return GetUTF16Text("\xE4\xBD\xA0", r); },
+       [](void* p) { return wide::Text(static_cast<USHORT*>(p)) == u"\x4F60"; }},
+      {"GetHanWindow", [](RResult* r) -> void* { return GetHanWindow(2, r); },
+       [](void* p) { return static_cast<float*>(p)[1] == 0.5f; }},
   };
-  for (const Row& row : rows) {
-    bool ok = false;
-    bool failing = false;
+  for (const auto& row : rows) {
+    void* p = nullptr;
+    RResult result = RESULT_ANY_ERROR;
     const long allocations = alloc_failure::ForEachFailure(
-        [&] { ok = row.documented(failing); },
+        [&] { p = row.call(&result); },
         [&](long failed) {
-          EXPECT_TRUE(ok) << row.name << ", allocation " << failed << " failing";
-          failing = true;
+          EXPECT_EQ(result, failed ? RESULT_OUT_OF_MEMORY : RESULT_SUCCEEDED) << row.name;
+          EXPECT_TRUE(failed ? p == nullptr : row.holds(p)) << row.name;
+          free(p);
         });
     EXPECT_EQ(allocations, 1) << row.name;
   }
+  // ContainsChinese answers FALSE then, and still never writes the code.
+  char text[] = "\xE4\xBD\xA0";
+  RResult untouched = RESULT_ANY_ERROR;
+  alloc_failure::ScopedFailure failFirst(1);
+  EXPECT_EQ(ContainsChinese(text, &untouched), FALSE);
+  EXPECT_EQ(untouched, RESULT_ANY_ERROR);
 }
 
 // Sizes that an int cannot hold fail with RESULT_OUT_OF_MEMORY before
