@@ -238,6 +238,82 @@ void CopyAsciiRun(const uint16_t* src, size_t n, size_t& i, uint8_t* dst, size_t
   }
 }
 
+// Chinese text is mostly three-byte characters (U+0800..U+FFFF). These
+// paths convert a run of them without the general decoder, and likewise stop
+// at the first unit that is anything else or does not fit.
+
+template <typename Src, typename Dst>
+void CopyThreeByteRun(const Src*, size_t, size_t&, Dst*, size_t, size_t&) {}
+
+// A valid three-byte character is one of U+0800..U+FFFF but no surrogate.
+bool IsThreeByteCodePoint(uint32_t cp) { return (cp & 0xF800) != 0 && (cp & 0xF800) != 0xD800; }
+
+// Two characters at a time from one 64-bit load: bytes 0..5 must be
+// 1110xxxx 10xxxxxx 10xxxxxx twice; bytes 6 and 7 are only looked at later.
+void CopyThreeByteRun(const uint8_t* src, size_t n, size_t& i, uint16_t* dst, size_t cap,
+                      size_t& o) {
+#ifdef __SSE2__
+  // Eight characters (24 bytes) at a time, 6 bytes per 64-bit lane, split into 3 bytes per 32-bit
+  // lane, checked and decoded there, then packed to 16-bit units (offset by
+  // 0x8000 around the signed saturating pack).
+  const __m128i kLow24 = _mm_set_epi32(0, 0xFFFFFF, 0, 0xFFFFFF);
+  const __m128i kHigh24 = _mm_set_epi32(0xFFFFFF, 0, 0xFFFFFF, 0);
+  const __m128i kPatternBits = _mm_set1_epi32(0xC0C0F0);
+  const __m128i kPattern = _mm_set1_epi32(0x8080E0);
+  const __m128i kTopBits = _mm_set1_epi32(0xF800);
+  const __m128i kSurrogate = _mm_set1_epi32(0xD800);
+  const __m128i kOffset = _mm_set1_epi32(0x8000);
+  const __m128i zero = _mm_setzero_si128();
+  while (n - i >= 26 && cap - o >= 8) {
+    __m128i chars[2];
+    for (int k = 0; k < 2; ++k) {
+      const __m128i pairs = _mm_unpacklo_epi64(
+          _mm_loadl_epi64(reinterpret_cast<const __m128i*>(src + i + 12 * k)),
+          _mm_loadl_epi64(reinterpret_cast<const __m128i*>(src + i + 12 * k + 6)));
+      chars[k] = _mm_or_si128(_mm_and_si128(pairs, kLow24),
+                              _mm_and_si128(_mm_slli_epi64(pairs, 8), kHigh24));
+    }
+    const __m128i shape =
+        _mm_and_si128(_mm_cmpeq_epi32(_mm_and_si128(chars[0], kPatternBits), kPattern),
+                      _mm_cmpeq_epi32(_mm_and_si128(chars[1], kPatternBits), kPattern));
+    if (_mm_movemask_epi8(shape) != 0xFFFF) break;
+    __m128i cps[2];
+    __m128i other = zero;
+    for (int k = 0; k < 2; ++k) {
+      const __m128i v = chars[k];
+      cps[k] =
+          _mm_or_si128(_mm_or_si128(_mm_slli_epi32(_mm_and_si128(v, _mm_set1_epi32(0x0F)), 12),
+                                    _mm_srli_epi32(_mm_and_si128(v, _mm_set1_epi32(0x3F00)), 2)),
+                       _mm_and_si128(_mm_srli_epi32(v, 16), _mm_set1_epi32(0x3F)));
+      const __m128i top = _mm_and_si128(cps[k], kTopBits);
+      other = _mm_or_si128(
+          other, _mm_or_si128(_mm_cmpeq_epi32(top, zero), _mm_cmpeq_epi32(top, kSurrogate)));
+    }
+    if (_mm_movemask_epi8(other) != 0) break;
+    const __m128i units =
+        _mm_packs_epi32(_mm_sub_epi32(cps[0], kOffset), _mm_sub_epi32(cps[1], kOffset));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o),
+                     _mm_xor_si128(units, _mm_set1_epi16(static_cast<short>(0x8000))));
+    i += 24;
+    o += 8;
+  }
+#endif
+  while (n - i >= 8 && cap - o >= 2) {
+    uint64_t word;
+    memcpy(&word, src + i, 8);
+    if ((word & 0xC0C0F0C0C0F0ULL) != 0x8080E08080E0ULL) break;
+    const uint32_t cp0 = static_cast<uint32_t>(((word & 0x0F) << 12) | ((word >> 2) & 0x0FC0) |
+                                               ((word >> 16) & 0x3F));
+    const uint32_t cp1 = static_cast<uint32_t>(((word >> 12) & 0xF000) | ((word >> 26) & 0x0FC0) |
+                                               ((word >> 40) & 0x3F));
+    if (!IsThreeByteCodePoint(cp0) || !IsThreeByteCodePoint(cp1)) break;
+    dst[o] = static_cast<uint16_t>(cp0);
+    dst[o + 1] = static_cast<uint16_t>(cp1);
+    i += 6;
+    o += 2;
+  }
+}
+
 template <typename Src, typename Dst>
 RResult Convert(const Src* src, Dst* dst, size_t cap) {
   const size_t n = UnitLength(src);
@@ -246,6 +322,7 @@ RResult Convert(const Src* src, Dst* dst, size_t cap) {
   RResult result = RESULT_SUCCEEDED;
   while (i < n) {
     CopyAsciiRun(src, n, i, dst, cap, o);
+    CopyThreeByteRun(src, n, i, dst, cap, o);
     if (i == n) break;
     size_t next = i;
     const uint32_t cp = Decode(src, n, next);
