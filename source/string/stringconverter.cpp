@@ -253,7 +253,8 @@ bool IsThreeByteCodePoint(uint32_t cp) { return (cp & 0xF800) != 0 && (cp & 0xF8
 void CopyThreeByteRun(const uint8_t* src, size_t n, size_t& i, uint16_t* dst, size_t cap,
                       size_t& o) {
 #ifdef __SSE2__
-  // Eight characters (24 bytes) at a time, 6 bytes per 64-bit lane, split into 3 bytes per 32-bit
+  // Eight characters (24 bytes) at a time, the reverse of the packing in the
+  // UTF-16 path below: 6 bytes per 64-bit lane, split into 3 bytes per 32-bit
   // lane, checked and decoded there, then packed to 16-bit units (offset by
   // 0x8000 around the signed saturating pack).
   const __m128i kLow24 = _mm_set_epi32(0, 0xFFFFFF, 0, 0xFFFFFF);
@@ -311,6 +312,58 @@ void CopyThreeByteRun(const uint8_t* src, size_t n, size_t& i, uint16_t* dst, si
     dst[o + 1] = static_cast<uint16_t>(cp1);
     i += 6;
     o += 2;
+  }
+}
+
+void CopyThreeByteRun(const uint16_t* src, size_t n, size_t& i, uint8_t* dst, size_t cap,
+                      size_t& o) {
+#ifdef __SSE2__
+  // Eight units become 24 bytes: each 16-bit lane makes its first two bytes
+  // and its last byte apart; interleaved, they form one 3-byte character per
+  // 32-bit lane, and two of those are joined into 6 bytes per 64-bit lane.
+  const __m128i kTopBits = _mm_set1_epi16(static_cast<short>(0xF800));
+  const __m128i kSurrogate = _mm_set1_epi16(static_cast<short>(0xD800));
+  const __m128i kLow24 = _mm_set_epi32(0, 0xFFFFFF, 0, 0xFFFFFF);
+  const __m128i kHigh24 =
+      _mm_set_epi32(0xFFFF, static_cast<int>(0xFF000000), 0xFFFF, static_cast<int>(0xFF000000));
+  while (n - i >= 8 && cap - o >= 24) {
+    const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + i));
+    const __m128i top = _mm_and_si128(units, kTopBits);
+    const __m128i other =
+        _mm_or_si128(_mm_cmpeq_epi16(top, _mm_setzero_si128()), _mm_cmpeq_epi16(top, kSurrogate));
+    if (_mm_movemask_epi8(other) != 0) break;
+    const __m128i lead = _mm_or_si128(_mm_srli_epi16(units, 12), _mm_set1_epi16(0xE0));
+    const __m128i middle =
+        _mm_or_si128(_mm_and_si128(_mm_slli_epi16(units, 2), _mm_set1_epi16(0x3F00)),
+                     _mm_set1_epi16(static_cast<short>(0x8000)));
+    const __m128i firstTwo = _mm_or_si128(lead, middle);
+    const __m128i last =
+        _mm_or_si128(_mm_and_si128(units, _mm_set1_epi16(0x3F)), _mm_set1_epi16(0x80));
+    const __m128i chars0 = _mm_unpacklo_epi16(firstTwo, last);
+    const __m128i chars1 = _mm_unpackhi_epi16(firstTwo, last);
+    uint64_t pairs[4];
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(pairs),
+                     _mm_or_si128(_mm_and_si128(chars0, kLow24),
+                                  _mm_and_si128(_mm_srli_epi64(chars0, 8), kHigh24)));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(pairs + 2),
+                     _mm_or_si128(_mm_and_si128(chars1, kLow24),
+                                  _mm_and_si128(_mm_srli_epi64(chars1, 8), kHigh24)));
+    // In order, so that each store's two spare bytes are overwritten by the
+    // next; the last writes its six bytes only.
+    memcpy(dst + o, &pairs[0], 8);
+    memcpy(dst + o + 6, &pairs[1], 8);
+    memcpy(dst + o + 12, &pairs[2], 8);
+    memcpy(dst + o + 18, &pairs[3], 6);
+    i += 8;
+    o += 24;
+  }
+#endif
+  while (i < n && cap - o >= 3 && IsThreeByteCodePoint(src[i])) {
+    const uint32_t u = src[i++];
+    dst[o] = static_cast<uint8_t>(0xE0 | (u >> 12));
+    dst[o + 1] = static_cast<uint8_t>(0x80 | ((u >> 6) & 0x3F));
+    dst[o + 2] = static_cast<uint8_t>(0x80 | (u & 0x3F));
+    o += 3;
   }
 }
 
