@@ -82,6 +82,12 @@ void CopyUnchangedBlocks(const uint8_t* in, size_t n, size_t& i, uint8_t* out, s
   const __m128i kEF = _mm_set1_epi8(static_cast<char>(0xEF));
   while (n - i >= 18) {
     const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + i));
+    if (_mm_movemask_epi8(block) == 0) {
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(out + o), block);  // all ASCII
+      i += 16;
+      o += 16;
+      continue;
+    }
     const unsigned leads = static_cast<unsigned>(
         _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_and_si128(block, kHighNibble), kLead)));
     const __m128i convertible =
