@@ -77,10 +77,11 @@ void RegisterFileBenchmark(const char* function, const char* impl, const char* i
 
 void ReadRecordsOurs(benchmark::State& state) {
   const std::string& path = RecordFile();
+  const size_t cnRecords = RecordCount();
   for (auto _ : state) {
     FILE* pfile = fopen(path.c_str(), "rb");
     size_t cbText = 0;
-    for (size_t k = 0; k < RecordCount(); ++k) {
+    for (size_t k = 0; k < cnRecords; ++k) {
       RResult result;
       benchmark::DoNotOptimize(Read7BitEncodedInt(pfile, &result));
       char* szText = GetBinString(pfile, &result);
