@@ -190,7 +190,19 @@ void CopyAsciiRun(const uint8_t* src, size_t n, size_t& i, uint16_t* dst, size_t
   const __m128i zero = _mm_setzero_si128();
   while (n - i >= 16 && cap - o >= 16) {
     const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + i));
-    if (_mm_movemask_epi8(bytes) != 0) break;
+    const unsigned nonAscii = static_cast<unsigned>(_mm_movemask_epi8(bytes));
+    if (nonAscii != 0) {
+      // The units before the first other byte, written exactly: what follows
+      // may end the conversion.
+      uint16_t units[16];
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(units), _mm_unpacklo_epi8(bytes, zero));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(units + 8), _mm_unpackhi_epi8(bytes, zero));
+      const size_t cnAscii = static_cast<size_t>(__builtin_ctz(nonAscii));
+      memcpy(dst + o, units, cnAscii * sizeof(uint16_t));
+      i += cnAscii;
+      o += cnAscii;
+      break;
+    }
     _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o), _mm_unpacklo_epi8(bytes, zero));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + 8), _mm_unpackhi_epi8(bytes, zero));
     i += 16;
@@ -217,8 +229,22 @@ void CopyAsciiRun(const uint16_t* src, size_t n, size_t& i, uint8_t* dst, size_t
   while (n - i >= 16 && cap - o >= 16) {
     const __m128i lo = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + i));
     const __m128i hi = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + i + 8));
-    const __m128i high = _mm_and_si128(_mm_or_si128(lo, hi), nonAscii);
-    if (_mm_movemask_epi8(_mm_cmpeq_epi16(high, _mm_setzero_si128())) != 0xFFFF) break;
+    const __m128i zero = _mm_setzero_si128();
+    const unsigned ascii =
+        static_cast<unsigned>(
+            _mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(lo, nonAscii), zero))) |
+        static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(hi, nonAscii), zero)))
+            << 16;
+    if (ascii != 0xFFFFFFFF) {
+      // As above: the units before the first other one, written exactly.
+      uint8_t bytes[16];
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes), _mm_packus_epi16(lo, hi));
+      const size_t cnAscii = static_cast<size_t>(__builtin_ctz(~ascii)) / 2;
+      memcpy(dst + o, bytes, cnAscii);
+      i += cnAscii;
+      o += cnAscii;
+      break;
+    }
     _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o), _mm_packus_epi16(lo, hi));
     i += 16;
     o += 16;
