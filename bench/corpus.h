@@ -31,7 +31,8 @@ constexpr size_t kSizes[] = {64, 4 << 10, 64 << 10, 1 << 20};
 const char* TextName(TextKind kind);
 
 // At most `size` bytes of UTF-8 text of `kind`, cut at a character boundary
-// (so up to three bytes short), the corpus repeated as often as needed.
+// (so up to three bytes short): the start of the corpus, and beyond 64 KB
+// the 64 KB text repeated.
 std::string Utf8Text(TextKind kind, size_t size);
 
 // `text` as zero-terminated UTF-16.
