@@ -120,17 +120,26 @@ void RegisterConversions(TextKind kind, size_t size) {
       });
 }
 
-// English text holds no Chinese character, so the search walks all of it.
+// The English text, less its few characters outside ASCII (some of them
+// Chinese), so that the search walks all of it.
+std::string AsciiOnly(std::string text) {
+  for (char& ch : text) {
+    if (static_cast<unsigned char>(ch) >= 0x80) ch = ' ';
+  }
+  return text;
+}
+
 void RegisterContainsChinese(size_t size) {
   RegisterOnText("ContainsChinese", "ours", TextKind::kEnglish, size,
-                 [](benchmark::State& state, const std::string& text) {
-                   std::string copy = text;
+                 [](benchmark::State& state, const std::string& english) {
+                   std::string copy = AsciiOnly(english);
                    for (auto _ : state) {
                      benchmark::DoNotOptimize(ContainsChinese(copy.data(), nullptr));
                    }
                  });
   RegisterOnText("ContainsChinese", "ICU", TextKind::kEnglish, size,
-                 [](benchmark::State& state, const std::string& text) {
+                 [](benchmark::State& state, const std::string& english) {
+                   const std::string text = AsciiOnly(english);
                    for (auto _ : state) {
                      const size_t cnUnits = text.size() * 3 + 3;
                      UChar* wszText = static_cast<UChar*>(calloc(cnUnits, sizeof(UChar)));
