@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
+#include <vector>
 
 #include "commonhelpers.h"
 #include "support/alloc_failure.h"
@@ -8,118 +10,98 @@
 
 namespace {
 
-// Every unit against the classes written out as sets of ranges.
+// Every unit against the classes stated as ranges; each call overwrites the
+// code left in `result` with RESULT_SUCCEEDED.
 TEST(CharacterClasses, MatchTheirRangesOverAllUnits) {
-  auto in = [](unsigned u, std::initializer_list<std::pair<unsigned, unsigned>> ranges) {
-    for (auto [lo, hi] : ranges) {
-      if (u >= lo && u <= hi) return TRUE;
-    }
-    return FALSE;
-  };
-  int english = 0, chinese = 0, number = 0;
+  using Classifier = BOOL (*)(USHORT, RResult*);
+  const Classifier classifiers[] = {BelongsToEnglish, BelongsToChinese, BelongsToNumber};
+  int counts[3] = {0, 0, 0};
   for (unsigned u = 0; u <= 0xFFFF; ++u) {
-    const USHORT wch = static_cast<USHORT>(u);
-    const BOOL isEnglish = in(u, {{'A', 'Z'}, {'a', 'z'}});
-    const BOOL isChinese = in(u, {{0x4E00, 0x9FFF}});
-    const BOOL isNumber = in(u, {{0x2C, 0x39}, {0xFF10, 0xFF19}});
+    const BOOL expected[3] = {(u >= 'A' && u <= 'Z') || (u >= 'a' && u <= 'z'),
+                              u >= 0x4E00 && u <= 0x9FFF,
+                              (u >= ',' && u <= '9') || (u >= 0xFF10 && u <= 0xFF19)};
+    const LanguageType type = expected[0]   ? TTS_LANG_FOREIGN
+                              : expected[1] ? TTS_LANG_PRIMARY
+                                            : TTS_LANG_UNSIGNED;
     RResult result = RESULT_INV_DATA;
-    ASSERT_EQ(BelongsToEnglish(wch, &result), isEnglish) << u;
+    for (int k = 0; k < 3; ++k, result = RESULT_INV_DATA) {
+      ASSERT_EQ(classifiers[k](static_cast<USHORT>(u), &result), expected[k]) << k << " " << u;
+      ASSERT_EQ(result, RESULT_SUCCEEDED);
+      counts[k] += expected[k];
+    }
+    ASSERT_EQ(GetTextType(static_cast<USHORT>(u), &result), type) << u;
     ASSERT_EQ(result, RESULT_SUCCEEDED);
-    result = RESULT_INV_DATA;
-    ASSERT_EQ(BelongsToChinese(wch, &result), isChinese) << u;
-    ASSERT_EQ(result, RESULT_SUCCEEDED);
-    result = RESULT_INV_DATA;
-    ASSERT_EQ(BelongsToNumber(wch, &result), isNumber) << u;
-    ASSERT_EQ(result, RESULT_SUCCEEDED);
-    result = RESULT_INV_DATA;
-    const LanguageType expected = isEnglish   ? TTS_LANG_FOREIGN
-                                  : isChinese ? TTS_LANG_PRIMARY
-                                              : TTS_LANG_UNSIGNED;
-    ASSERT_EQ(GetTextType(wch, &result), expected) << u;
-    ASSERT_EQ(result, RESULT_SUCCEEDED);
-    english += isEnglish;
-    chinese += isChinese;
-    number += isNumber;
   }
-  EXPECT_EQ(english, 52);
-  EXPECT_EQ(chinese, 20992);
-  EXPECT_EQ(number, 24);
-  EXPECT_EQ(GetTextType(u'A', nullptr), TTS_LANG_FOREIGN);
+  EXPECT_EQ(std::vector<int>(counts, counts + 3), (std::vector<int>{52, 20992, 24}));
 }
 
-TEST(ValidEnglishWord, AcceptsOnlyAsciiLetters) {
-  const std::pair<const char*, BOOL> rows[] = {{"Hello", TRUE},        {"", TRUE},
-                                               {"it's", FALSE},        {"abc1", FALSE},
-                                               {"hello-world", FALSE}, {"two words", FALSE},
-                                               {"caf\xC3\xA9", FALSE}, {"\xEF\xBC\xA1", FALSE}};
-  for (auto [text, expected] : rows) {
-    RResult result = RESULT_INV_DATA;
-    EXPECT_EQ(ValidEnglishWord(text, &result), expected) << text;
-    EXPECT_EQ(result, RESULT_INV_DATA);
+// A text in UTF-8 and UTF-16 with the answers of ValidEnglishWord (bytes),
+// ContainsEnglish (units) and ContainsChinese (UTF-8); none writes through
+// presult. "\xC1\xE1" holds letters once bit 7 is dropped; "\xE4\xBD\xA0\xFF"
+// does not convert.
+TEST(TextTests, AnswerOverWholeTexts) {
+  // clang-format off
+  const struct { const char* utf8; std::u16string utf16; BOOL word, english, chinese; } rows[] = {
+      {"Hello", u"Hello", TRUE, TRUE, FALSE}, {"", u"", TRUE, FALSE, FALSE},
+      {"it's", u"it's", FALSE, TRUE, FALSE}, {"abc1", u"abc1", FALSE, TRUE, FALSE},
+      {"hello-world", u"hello-world", FALSE, TRUE, FALSE},
+      {"two words", u"two words", FALSE, TRUE, FALSE},
+      {"caf\xC3\xA9", u"caf\xE9", FALSE, TRUE, FALSE}, {"\xC1\xE1", u"\xC1\xE1", FALSE, FALSE, FALSE},
+      {"\xEF\xBC\xA1", u"\xFF21", FALSE, FALSE, FALSE},                   // Ａ
+      {"\xE4\xBD\xA0\xE5\xA5\xBD", u"\x4F60\x597D", FALSE, FALSE, TRUE},  // 你好
+      {"\xE6\x97\xA5\xE6\x9C\xAC", u"\x65E5\x672C", FALSE, FALSE, TRUE},  // 日本
+      {"\xE4\xBD\xA0Z", u"\x4F60Z", FALSE, TRUE, TRUE}, {"x \xE9\xBF\xBF", u"x \x9FFF", FALSE, TRUE, TRUE},
+      {"\xE3\x80\x87", u"\x3007", FALSE, FALSE, FALSE},                    // 〇
+      {"\xE3\x81\x82\xE3\x81\x84", u"\x3042\x3044", FALSE, FALSE, FALSE},  // あい
+      {"\xF0\xA0\x80\x80", u"\xD840\xDC00", FALSE, FALSE, FALSE},          // U+20000
+      {"\xE4\xBD\xA0\xFF", u"\x4F60", FALSE, FALSE, FALSE}};
+  // clang-format on
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.utf8);
+    RResult result = RESULT_ANY_ERROR;
+    EXPECT_EQ(ValidEnglishWord(row.utf8, &result), row.word);
+    EXPECT_EQ(ContainsEnglish(wide::Buffer(row.utf16).data(), &result), row.english);
+    EXPECT_EQ(ContainsChinese(const_cast<char*>(row.utf8), &result), row.chinese);
+    EXPECT_EQ(result, RESULT_ANY_ERROR);
   }
+  RResult result = RESULT_ANY_ERROR;
+  EXPECT_EQ(ContainsEnglish(nullptr, &result), FALSE);
+  EXPECT_EQ(ContainsChinese(nullptr, &result), FALSE);
+  EXPECT_EQ(result, RESULT_ANY_ERROR);
 }
 
-TEST(ContainsEnglish, LooksForAnyAsciiLetter) {
-  const std::pair<std::u16string, BOOL> rows[] = {
-      {u"\x4F60\x0041", TRUE}, {u"\xFF21", FALSE}, {u"", FALSE}, {u"12 ,z", TRUE}};
-  for (const auto& [text, expected] : rows) {
-    RResult result = RESULT_INV_DATA;
-    EXPECT_EQ(ContainsEnglish(wide::Buffer(text).data(), &result), expected);
-    EXPECT_EQ(result, RESULT_INV_DATA);
-  }
-  EXPECT_EQ(ContainsEnglish(nullptr, nullptr), FALSE);
-}
-
-TEST(ContainsChinese, FindsUnifiedIdeographsInUtf8) {
-  const std::pair<const char*, BOOL> rows[] = {{"\xE4\xBD\xA0\xE5\xA5\xBD", TRUE},
-                                               {"abc", FALSE},
-                                               {"\xE6\x97\xA5\xE6\x9C\xAC", TRUE},
-                                               {"\xE3\x80\x87", FALSE},
-                                               {"\xE3\x81\x82\xE3\x81\x84", FALSE},
-                                               {"\xF0\xA0\x80\x80", FALSE},
-                                               {"", FALSE},
-                                               {"\xE4\xBD\xA0\xFF", FALSE},
-                                               {"x \xE9\xBF\xBF", TRUE}};
-  for (auto [text, expected] : rows) {
-    RResult result = RESULT_INV_ARGUMENT;
-    EXPECT_EQ(ContainsChinese(const_cast<char*>(text), &result), expected) << text;
-    EXPECT_EQ(result, RESULT_INV_ARGUMENT);
-  }
-  EXPECT_EQ(ContainsChinese(nullptr, nullptr), FALSE);
-  char text[] = "\xE4\xBD\xA0";
-  alloc_failure::ScopedFailure failFirst(1);
-  EXPECT_EQ(ContainsChinese(text, nullptr), FALSE);
-}
-
+// "..\xFF" does not convert: what the conversion left, "..", is the text.
 TEST(IsSameChar, CountsRepeatedUnits) {
-  const char* const kStops = "\xE3\x80\x82\xE3\x80\x82\xE3\x80\x82";
-  struct Row {
-    const char* text;
-    USHORT punc;
-    int count;
-    BOOL expected;
-  } rows[] = {
-      {kStops, 0x3002, 3, TRUE},
-      {kStops, 0x3002, 2, FALSE},
-      {kStops, 0x3002, 4, FALSE},
-      {"\xE3\x80\x82\xE3\x80\x82"
-       "a",
-       0x3002, 3, FALSE},
-      {"...", '.', 3, TRUE},
-      {"", '.', 0, TRUE},
-      {"", '.', 1, FALSE},
-      {"..", '.', -2, FALSE},
-      {"", 0, 0, TRUE},
-      {"a", 0, 0, FALSE},
-      {"\xF0\x9F\x98\x80", 0xD83D, 2, FALSE},
-      {"..\xFF", '.', 2, TRUE},
-  };
-  for (const Row& row : rows) {
-    EXPECT_EQ(IsSameChar(row.text, row.punc, row.count), row.expected) << row.text << row.count;
+  const char* const kStops = "\xE3\x80\x82\xE3\x80\x82\xE3\x80\x82";  // 。。。
+  const char* const kStopsZ = "\xE3\x80\x82\xE3\x80\x82z";
+  const char* const kEmoji = "\xF0\x9F\x98\x80";  // U+1F600, two units
+  // clang-format off
+  const struct { const char* text; USHORT punc; int count; BOOL expected; } rows[] = {
+      {kStops, 0x3002, 3, TRUE}, {kStops, 0x3002, 2, FALSE}, {kStops, 0x3002, 4, FALSE},
+      {kStopsZ, 0x3002, 3, FALSE}, {kStopsZ, 0x3002, 2, FALSE}, {"...", '.', 3, TRUE},
+      {"", '.', 0, TRUE}, {"", '.', 1, FALSE}, {"..", '.', -2, FALSE}, {"", 0, 0, TRUE},
+      {"a", 0, 0, FALSE}, {"a", 0, 1, FALSE}, {kEmoji, 0xD83D, 2, FALSE}, {"..\xFF", '.', 2, TRUE},
+      {nullptr, '.', 0, FALSE}};
+  // clang-format on
+  for (const auto& row : rows) {
+    EXPECT_EQ(IsSameChar(row.text, row.punc, row.count), row.expected)
+        << (row.text ? row.text : "null") << " " << row.count;
   }
-  EXPECT_EQ(IsSameChar(nullptr, '.', 0), FALSE);
-  alloc_failure::ScopedFailure failFirst(1);
-  EXPECT_EQ(IsSameChar("...", '.', 0), TRUE);
+}
+
+// The wide text is their only allocation; without it ContainsChinese answers
+// FALSE and IsSameChar sees a text of no units.
+TEST(TextTests, SurviveAFailedAllocation) {
+  char text[] = "\xE4\xBD\xA0";
+  const std::pair<std::function<BOOL()>, BOOL> rows[] = {
+      {[&] { return ContainsChinese(text, nullptr); }, TRUE},
+      {[] { return IsSameChar("...", '.', 0); }, FALSE},
+      {[] { return IsSameChar("...", '.', 3); }, TRUE}};
+  for (const auto& row : rows) {
+    BOOL answer = FALSE;
+    auto check = [&](long failed) { EXPECT_EQ(answer == row.second, failed == 0); };
+    EXPECT_EQ(alloc_failure::ForEachFailure([&] { answer = row.first(); }, check), 1);
+  }
 }
 
 }  // namespace

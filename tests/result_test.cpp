@@ -16,6 +16,8 @@ TEST(ResultCodes, HaveTheirFixedValues) {
   EXPECT_EQ(RESULT_ANY_ERROR, 32768u);
   EXPECT_EQ(sizeof(RResult), 4u);
   EXPECT_TRUE(std::is_unsigned<std::underlying_type_t<RResult>>::value);
+  EXPECT_EQ(sizeof(LanguageType), 4u);
+  EXPECT_EQ(TTS_LANG_UNSIGNED, -1);
 }
 
 TEST(PassBackResult, OverwritesTheCallersVariableEvenWithSuccess) {
@@ -31,17 +33,6 @@ TEST(PassBackResult, AcceptsNullForEveryCode) {
                        RESULT_ANY_ERROR}) {
     PassBackResult(code, nullptr);
   }
-}
-
-TEST(TypeNames, HaveTheWidthsTheRecordFormatNeeds) {
-  EXPECT_EQ(sizeof(USHORT), 2u);
-  EXPECT_EQ(sizeof(INT), 4u);
-  EXPECT_EQ(sizeof(BOOL), 4u);
-  EXPECT_EQ(sizeof(BYTE), 1u);
-  EXPECT_EQ(TRUE, 1);
-  EXPECT_EQ(FALSE, 0);
-  EXPECT_EQ(sizeof(tagLanguageType), 4u);
-  EXPECT_EQ(TTS_LANG_UNSIGNED, -1);
 }
 
 }  // namespace

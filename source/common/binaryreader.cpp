@@ -3,19 +3,23 @@
 // A 7-bit-encoded integer is a 32-bit two's-complement int in 1 to 5 bytes,
 // least significant group first:
 //
-//   byte     bit 7          bits 0..6 become value bits
-//   0        continuation   0..6
-//   1        continuation   7..13
-//   2        continuation   14..20
-//   3        continuation   21..27
-//   4        must be 0      28..31 (bits 0..3; bits 4..6 are ignored)
+//   byte   bit 7          bits 0..6 become value bits
+//   0      continuation   0..6
+//   1      continuation   7..13
+//   2      continuation   14..20
+//   3      continuation   21..27
+//   4      must be 0      28..31 (its bits 0..3; bits 4..6 are ignored)
 //
 // A longer encoding than needed is accepted (80 00 is 0); a fifth byte with
 // its continuation bit set is malformed and no sixth byte is read.
 //
-// A length-prefixed string is a 7-bit-encoded byte count followed by that
-// many bytes of UTF-16LE units: no terminator, no byte-order mark. The count
-// must be even and not negative.
+// A length-prefixed string:
+//
+//   field                   bytes
+//   byte count c            1 to 5, a 7-bit-encoded integer; even, not negative
+//   c / 2 UTF-16 units      c, each unit low byte first
+//
+// Nothing else is stored: no terminator, no byte-order mark, no padding.
 //
 // Each reader consumes exactly the bytes of its value; a failed read leaves
 // consumed what it consumed.
@@ -50,13 +54,15 @@ int Read7BitEncodedInt(FILE* pfile, RResult* presult) {
   CH_FATAL_CHECK(pfile != NULL);
   RResult result = RESULT_SUCCEEDED;
   uint32_t value = 0;
-  BYTE b = 0x80;
-  for (int k = 0; result == RESULT_SUCCEEDED && (b & 0x80) != 0; ++k) {
+  bool fMore = true;
+  for (int k = 0; result == RESULT_SUCCEEDED && fMore; ++k) {
+    BYTE b = 0;
     if (k == kMaxIntegerBytes || !ReadByte(pfile, &b)) {
       result = RESULT_INV_DATA;
     } else {
-      // Groups shifted past bit 31 are lost, as in unsigned arithmetic.
+      // The fifth group's bits above bit 31 are lost, as in unsigned arithmetic.
       value |= static_cast<uint32_t>(b & 0x7F) << (7 * k);
+      fMore = (b & 0x80) != 0;
     }
   }
   PassBackResult(result, presult);

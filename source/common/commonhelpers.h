@@ -168,20 +168,24 @@ COMMONHELPERS_API void WStringSetDestruct(USHORT** rgwszKeys, int cnString, RRes
 // CopyString()
 //
 // Returns a new copy of `szSrc`. A null source returns null with
-// RESULT_SUCCEEDED; a failed allocation returns null with RESULT_OUT_OF_MEMORY.
+// RESULT_SUCCEEDED; a failed allocation, or a source of 2,147,483,647 bytes or
+// more, returns null with RESULT_OUT_OF_MEMORY.
 COMMONHELPERS_API char* CopyString(const char* szSrc, RResult* presult);
 
 // CatchString()
 //
 // Returns a new buffer holding `szSrc` followed by `szTgt`, and frees `szSrc`
-// on success only. A null argument gives null with RESULT_INV_ARGUMENT, a
-// failed allocation null with RESULT_OUT_OF_MEMORY.
+// (which must come from malloc or calloc) on success only. A null argument
+// gives null with RESULT_INV_ARGUMENT; a failed allocation, or two strings of
+// 2,147,483,647 bytes or more together, null with RESULT_OUT_OF_MEMORY. On a
+// failure `szSrc` is neither freed nor changed.
 COMMONHELPERS_API char* CatchString(char* szSrc, const char* szTgt, RResult* presult);
 
 // ChopStringStart(), ChopStringEnd(), ChopString()
 //
-// Remove the leading, the trailing, or both runs of chop characters in place.
-// A null text is a fatal error ("szText != NULL").
+// Remove the leading, the trailing, or both runs of chop characters in place;
+// chop characters inside the text stay. A null text is a fatal error
+// ("szText != NULL").
 COMMONHELPERS_API void ChopStringStart(char* szText);
 COMMONHELPERS_API void ChopStringEnd(char* szText);
 COMMONHELPERS_API void ChopString(char* szText);
@@ -199,7 +203,8 @@ COMMONHELPERS_API BOOL IsCharSpace(char ch);
 
 // IsStringSpace()
 //
-// TRUE when `szText` is non-empty and every byte is white space.
+// TRUE when `szText` is non-empty and every byte is white space (as
+// IsCharSpace); FALSE for null and "".
 COMMONHELPERS_API BOOL IsStringSpace(const char* szText);
 
 // IsDigit()
@@ -276,25 +281,31 @@ COMMONHELPERS_API BOOL ReadUtf8Line(FILE* pfile, USHORT* pwchLine, int nBlockSiz
 // Read7BitEncodedInt()
 //
 // Returns the next 7-bit-encoded 32-bit integer (1 to 5 bytes, low group
-// first). A missing byte, or a fifth byte with its continuation bit set,
-// returns -1 with RESULT_INV_DATA. A null stream is a fatal error
+// first). A missing byte, or a fifth byte with its continuation bit set
+// (those five bytes are consumed), returns -1 with RESULT_INV_DATA; as -1 is
+// also a value, tell a failure by the code. A null stream is a fatal error
 // ("pfile != NULL").
 COMMONHELPERS_API int Read7BitEncodedInt(FILE* pfile, RResult* presult);
 
 // GetBinWideString()
 //
-// Returns a new wide string read from a byte count and that many bytes of
-// UTF-16LE units. An unreadable, odd or negative count gives null with
-// RESULT_INV_DATA; a short text gives RESULT_INV_DATA and the unterminated
-// buffer, which the caller frees.
+// Returns a new wide string of count / 2 + 1 units read from a byte count and
+// that many bytes of UTF-16LE units; zero units inside the text are kept. An
+// unreadable, odd or negative count gives null with RESULT_INV_DATA, with
+// nothing read past the count; a failed allocation null with
+// RESULT_OUT_OF_MEMORY. A short text gives RESULT_INV_DATA and the buffer,
+// unterminated, which the caller frees. A null stream is a fatal error
+// ("pfile != NULL").
 COMMONHELPERS_API USHORT* GetBinWideString(FILE* pfile, RResult* presult);
 
 // GetBinString()
 //
 // As GetBinWideString(), converted to a new zero-filled UTF-8 buffer of
 // n * 3 + 3 bytes (n units before the first zero unit). Null on every failure
-// before the conversion; after a failed conversion the buffer comes back with
-// the conversion's code. A null stream gives RESULT_INV_ARGUMENT.
+// before the conversion, with the wide text released; a text of more than
+// 715,827,881 units gives RESULT_OUT_OF_MEMORY. After a failed conversion the
+// buffer comes back with the conversion's code. A null stream gives
+// RESULT_INV_ARGUMENT.
 COMMONHELPERS_API char* GetBinString(FILE* pfile, RResult* presult);
 
 // ReadBinBool()
@@ -308,19 +319,23 @@ COMMONHELPERS_API BOOL ReadBinBool(FILE* pfile, RResult* presult);
 // File comparison
 // ---------------------------------------------------------------------------
 //
-// Both open and close the two files themselves and use fixed buffers of
-// 1,024 bytes, whatever the files' sizes. FALSE also stands for a file that
-// can't be opened or read.
+// Both open and close the two files themselves, on every path, and stream
+// through fixed buffers whatever the files' sizes. FALSE also stands for a
+// file that can't be opened: the caller can't tell that from a difference.
+// A FIFO without a writer reads as an empty file rather than blocking.
 
 // CompareTextFiles()
 //
 // TRUE when the two files have the same lines once trailing spaces, CRs and
-// LFs are trimmed. A line longer than 1,023 bytes counts as several.
+// LFs are trimmed (so CR LF and LF line ends compare equal; tabs and leading
+// spaces count). A line longer than 1,023 bytes counts as several. A read
+// error ends that file's lines: a directory reads as an empty file.
 COMMONHELPERS_API BOOL CompareTextFiles(const char* szFile1, const char* szFile2);
 
 // CompareBinFiles()
 //
-// TRUE when the two files hold the same bytes.
+// TRUE when the two files hold the same bytes. A read error (a directory,
+// say) gives FALSE.
 COMMONHELPERS_API BOOL CompareBinFiles(const char* szFile1, const char* szFile2);
 
 // ---------------------------------------------------------------------------
@@ -358,7 +373,8 @@ COMMONHELPERS_API BOOL ValidEnglishWord(const char* szText, RResult* presult);
 // ContainsEnglish()
 //
 // TRUE when `wszText` is not null and holds an English letter. Never writes
-// through `presult`.
+// through `presult`. A text longer than INT_MAX units, whose length an int
+// can't hold, gives FALSE.
 COMMONHELPERS_API BOOL ContainsEnglish(unsigned short* wszText, RResult* presult);
 
 // ContainsChinese()
@@ -382,14 +398,17 @@ COMMONHELPERS_API BOOL IsSameChar(const char* szText, USHORT punc, int count);
 // GetHanWindow()
 //
 // Returns a new array of `window_size` floats, 0.25 - 0.25 * cos(i * 6.2831852
-// / window_size) (a periodic Hann window with peak 0.5). A failed allocation,
-// which a negative size always is, gives null with RESULT_OUT_OF_MEMORY.
+// / window_size) computed in double (a periodic Hann window with peak 0.5).
+// A failed allocation, which a negative size always is, gives null with
+// RESULT_OUT_OF_MEMORY. A size of 0 returns the allocator's answer to
+// malloc(0): a block with RESULT_SUCCEEDED, or null with RESULT_OUT_OF_MEMORY.
 COMMONHELPERS_API float* GetHanWindow(int window_size, RResult* presult);
 
 // FloatEqual()
 //
 // TRUE unless the difference reaches 1e-8f and also reaches 1 % of the sum of
-// the magnitudes. A NaN or infinite argument gives TRUE.
+// the magnitudes, all in single precision. A NaN or infinite argument, or a
+// sum of magnitudes that overflows, gives TRUE.
 COMMONHELPERS_API BOOL FloatEqual(float flAlpha, float flBeta);
 
 // GetTime()

@@ -25,29 +25,36 @@ bool IsNumberCharacter(USHORT wch) {
 }  // namespace
 
 LanguageType GetTextType(USHORT wch, RResult* presult) {
+  RResult result = RESULT_SUCCEEDED;
   LanguageType type = TTS_LANG_UNSIGNED;
   if (IsEnglishLetter(wch)) {
     type = TTS_LANG_FOREIGN;
   } else if (IsChineseCharacter(wch)) {
     type = TTS_LANG_PRIMARY;
   }
-  PassBackResult(RESULT_SUCCEEDED, presult);
+  PassBackResult(result, presult);
   return type;
 }
 
 BOOL BelongsToEnglish(USHORT wch, RResult* presult) {
-  PassBackResult(RESULT_SUCCEEDED, presult);
-  return IsEnglishLetter(wch) ? TRUE : FALSE;
+  RResult result = RESULT_SUCCEEDED;
+  const BOOL fEnglish = IsEnglishLetter(wch) ? TRUE : FALSE;
+  PassBackResult(result, presult);
+  return fEnglish;
 }
 
 BOOL BelongsToChinese(USHORT wch, RResult* presult) {
-  PassBackResult(RESULT_SUCCEEDED, presult);
-  return IsChineseCharacter(wch) ? TRUE : FALSE;
+  RResult result = RESULT_SUCCEEDED;
+  const BOOL fChinese = IsChineseCharacter(wch) ? TRUE : FALSE;
+  PassBackResult(result, presult);
+  return fChinese;
 }
 
 BOOL BelongsToNumber(USHORT wch, RResult* presult) {
-  PassBackResult(RESULT_SUCCEEDED, presult);
-  return IsNumberCharacter(wch) ? TRUE : FALSE;
+  RResult result = RESULT_SUCCEEDED;
+  const BOOL fNumber = IsNumberCharacter(wch) ? TRUE : FALSE;
+  PassBackResult(result, presult);
+  return fNumber;
 }
 
 // The text-level tests below never write through `presult`: it is part of
@@ -65,20 +72,20 @@ BOOL ValidEnglishWord(const char* szText, RResult* /*presult*/) {
 }
 
 BOOL ContainsEnglish(unsigned short* wszText, RResult* /*presult*/) {
-  if (wszText == nullptr) {
-    return FALSE;
-  }
-  for (const USHORT* pwch = wszText; *pwch != 0; ++pwch) {
-    if (IsEnglishLetter(*pwch)) {
-      return TRUE;
+  BOOL fFound = FALSE;
+  if (wszText != nullptr) {
+    const int cnUnits = WcsLen(wszText, nullptr);
+    for (int i = 0; i < cnUnits && !fFound; ++i) {
+      fFound = IsEnglishLetter(wszText[i]) ? TRUE : FALSE;
     }
   }
-  return FALSE;
+  return fFound;
 }
 
 BOOL ContainsChinese(char* szText, RResult* /*presult*/) {
   BOOL fFound = FALSE;
-  // A text too long for GetUTF16Text()'s buffer fails as it would there.
+  // A failed allocation or conversion answers FALSE, and so does a text too
+  // long for GetUTF16Text()'s buffer, as it would there.
   const size_t cbText = szText != nullptr ? strlen(szText) : 0;
   if (szText != nullptr && cbText <= kMaxTripledLength) {
     // UTF-16 never needs more units than UTF-8 has bytes, so cbText + 1 units
@@ -101,15 +108,13 @@ BOOL IsSameChar(const char* szText, USHORT punc, int count) {
   if (szText == nullptr) {
     return FALSE;
   }
-  // The conversion's code is not looked at: whatever it left in the buffer
-  // is the text, and a buffer that could not be allocated is no text at all.
+  // The conversion's code is not looked at: whatever it left in the zero-filled
+  // buffer is the text, and a buffer that could not be allocated is no text.
   USHORT* wszText = GetUTF16Text(szText, nullptr);
+  const int cnUnits = wszText == nullptr ? 0 : WcsLen(wszText, nullptr);
   bool fSame = true;
-  long cnUnits = 0;
-  if (wszText != nullptr) {
-    for (const USHORT* pwch = wszText; *pwch != 0 && fSame; ++pwch, ++cnUnits) {
-      fSame = *pwch == punc;
-    }
+  for (int i = 0; i < cnUnits && fSame; ++i) {
+    fSame = wszText[i] == punc;
   }
   free(wszText);
   return fSame && cnUnits == count ? TRUE : FALSE;

@@ -1,0 +1,47 @@
+#!/usr/bin/env bash
+# Installs the library and chtool (static, then shared) into a temporary
+# prefix given only at install time, runs the installed tool, and builds and
+# runs a project outside the tree against the library, found once through
+# CMake's package and once through pkg-config.
+# For the shared library, checks the SONAME and that it exports exactly the
+# functions its headers declare.
+set -euo pipefail
+root="$(cd "$(dirname "$0")/../.." && pwd)"
+work="$(mktemp -d)"
+trap 'rm -rf "$work"' EXIT
+
+for shared in OFF ON; do
+  echo "--- consumer with BUILD_SHARED_LIBS=$shared"
+  prefix="$work/prefix-$shared"
+  cmake -S "$root" -B "$work/lib-$shared" -G Ninja -DCMAKE_BUILD_TYPE=Release \
+    -DBUILD_SHARED_LIBS="$shared" -DCOMMONHELPERS_BUILD_TESTS=OFF \
+    > /dev/null
+  cmake --build "$work/lib-$shared" > /dev/null
+  cmake --install "$work/lib-$shared" --prefix "$prefix" > /dev/null
+  [ "$("$prefix/bin/chtool" hann 2 | tr '\n' ' ')" == "0 0.5 " ]
+
+  cmake -S "$root/tests/consumer" -B "$work/app-$shared" -G Ninja \
+    -DCMAKE_PREFIX_PATH="$prefix" > /dev/null
+  cmake --build "$work/app-$shared" > /dev/null
+  "$work/app-$shared/consumer"
+
+  PKG_CONFIG_PATH="$(dirname "$(find "$prefix" -name commonhelpers.pc)")"
+  export PKG_CONFIG_PATH
+  libdir="$(pkg-config --variable=libdir commonhelpers)"
+  # shellcheck disable=SC2046
+  c++ -std=c++17 "$root/tests/consumer/main.cpp" -o "$work/app-pc-$shared" \
+    $(pkg-config --cflags --libs commonhelpers)
+  LD_LIBRARY_PATH="$libdir" "$work/app-pc-$shared"
+done
+
+library="$libdir/libcommonhelpers.so"
+objdump -p "$library" | grep -q 'SONAME *libcommonhelpers\.so\.1$'
+sed -n 's/^COMMONHELPERS_API .*[ *&]\([A-Za-z0-9_]*\)(.*/\1/p' \
+  "$prefix/include/commonhelpers/"*.h | sort > "$work/declared"
+nm -D --defined-only -C "$library" | sed 's/^[0-9a-f]* T \([A-Za-z0-9_]*\)(.*/\1/' | sort \
+  > "$work/exported"
+if ! diff "$work/declared" "$work/exported"; then
+  echo "the shared library's exports differ from the declared functions" >&2
+  exit 1
+fi
+echo "consumer test passed"
