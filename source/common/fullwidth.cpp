@@ -67,43 +67,86 @@ void NormalizeUnits(const uint8_t* in, size_t n, size_t& i, size_t stop, uint8_t
   }
 }
 
+// The exact path takes this many bytes when the fast path can't vouch for a
+// block.
+constexpr size_t kExactStep = 16;
+
 #ifdef __SSE2__
-// The fast path: copies whole 16-byte blocks in which nothing can change. A
-// converted character always starts with E2, E3 or EF, so a block without
-// those bytes is copied as it is, provided the units parse as they appear:
-// no lead byte stands within two bytes after another one. A sequence that
-// starts in the block's last two bytes takes its tail from the next block.
-// Stops at the first block it can't vouch for and leaves it to the exact path.
-void CopyUnchangedBlocks(const uint8_t* in, size_t n, size_t& i, uint8_t* out, size_t& o) {
+// Marks the bytes of `block` that start a character HalfWidthOf() may change.
+// Only the lead byte and the low six bits of the next one are looked at, and
+// for U+3000 also those of the third, so that the common ideographic
+// punctuation U+3001..U+303F passes; a marked character is not necessarily
+// converted.
+unsigned MayChange(__m128i block, __m128i next, __m128i third) {
+  const __m128i kLow6 = _mm_set1_epi8(0x3F);
+  const __m128i zero = _mm_setzero_si128();
+  const __m128i next6 = _mm_and_si128(next, kLow6);
+  const __m128i u3000 =
+      _mm_and_si128(_mm_and_si128(_mm_cmpeq_epi8(block, _mm_set1_epi8(static_cast<char>(0xE3))),
+                                  _mm_cmpeq_epi8(next6, zero)),
+                    _mm_cmpeq_epi8(_mm_and_si128(third, kLow6), zero));
+  const __m128i u2000 = _mm_and_si128(  // U+2000..U+203F and U+2440..U+247F
+      _mm_cmpeq_epi8(block, _mm_set1_epi8(static_cast<char>(0xE2))),
+      _mm_or_si128(_mm_cmpeq_epi8(next6, zero), _mm_cmpeq_epi8(next6, _mm_set1_epi8(0x11))));
+  const __m128i uFF00 = _mm_and_si128(  // U+FF00..U+FF7F
+      _mm_cmpeq_epi8(block, _mm_set1_epi8(static_cast<char>(0xEF))),
+      _mm_cmpeq_epi8(_mm_or_si128(next6, _mm_set1_epi8(1)), _mm_set1_epi8(0x3D)));
+  return static_cast<unsigned>(_mm_movemask_epi8(_mm_or_si128(_mm_or_si128(u3000, u2000), uFF00)));
+}
+
+// The fast path: copies whole 16-byte blocks in which nothing can change,
+// provided the units parse as they appear: no lead byte stands within two
+// bytes after another one. A sequence that starts in a block's last two bytes
+// has its tail bytes at the start of the next block, which takes them as they
+// are (`cbAsIs`); the block start never depends on the data, so loads run
+// ahead. In a block that parses but holds a character that may change, the
+// units before it are copied and the exact path gets that one character
+// only. Returns how many bytes the exact path must take before blocks can
+// resume; `i` is always left at the start of a unit.
+size_t CopyUnchangedBlocks(const uint8_t* in, size_t n, size_t& i, uint8_t* out, size_t& o) {
   const __m128i kHighNibble = _mm_set1_epi8(static_cast<char>(0xF0));
   const __m128i kLead = _mm_set1_epi8(static_cast<char>(0xE0));
-  const __m128i kE2 = _mm_set1_epi8(static_cast<char>(0xE2));
-  const __m128i kE3 = _mm_set1_epi8(static_cast<char>(0xE3));
-  const __m128i kEF = _mm_set1_epi8(static_cast<char>(0xEF));
+  unsigned cbAsIs = 0;
+  size_t cbExact = kExactStep;
   while (n - i >= 18) {
     const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + i));
-    const unsigned leads = static_cast<unsigned>(
-        _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_and_si128(block, kHighNibble), kLead)));
-    const __m128i convertible =
-        _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(block, kE2), _mm_cmpeq_epi8(block, kE3)),
-                     _mm_cmpeq_epi8(block, kEF));
-    if (_mm_movemask_epi8(convertible) != 0 || (leads & ((leads << 1) | (leads << 2))) != 0) {
-      return;
+    if (_mm_movemask_epi8(block) == 0) {
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(out + o), block);  // all ASCII
+      cbAsIs = 0;
+      i += 16;
+      o += 16;
+      continue;
+    }
+    const unsigned notLead = ~((1u << cbAsIs) - 1);
+    const unsigned leads = notLead & static_cast<unsigned>(_mm_movemask_epi8(
+                                         _mm_cmpeq_epi8(_mm_and_si128(block, kHighNibble), kLead)));
+    if ((leads & ((leads << 1) | (leads << 2))) != 0) {
+      break;
+    }
+    const unsigned changing =
+        notLead & MayChange(block, _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + i + 1)),
+                            _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + i + 2)));
+    if (changing != 0) {
+      cbAsIs = static_cast<unsigned>(__builtin_ctz(changing));
+      cbExact = 1;
+      break;
     }
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out + o), block);
-    size_t step = 16;
-    if ((leads & 0xC000) != 0) {
-      step = static_cast<size_t>(31 - __builtin_clz(leads)) + 3;
-      for (size_t k = 16; k < step; ++k) {
-        out[o + k] = in[i + k];
-      }
-    }
-    i += step;
-    o += step;
+    cbAsIs = ((leads >> 14) & 1) | ((leads >> 15) << 1);
+    i += 16;
+    o += 16;
   }
+  // The bytes up to the next unit (a tail, or the units before a character
+  // that may change) are copied as they are.
+  memcpy(out + o, in + i, cbAsIs);
+  i += cbAsIs;
+  o += cbAsIs;
+  return cbExact;
 }
 #else
-void CopyUnchangedBlocks(const uint8_t*, size_t, size_t&, uint8_t*, size_t&) {}
+size_t CopyUnchangedBlocks(const uint8_t*, size_t, size_t&, uint8_t*, size_t&) {
+  return kExactStep;
+}
 #endif
 
 }  // namespace
@@ -115,8 +158,8 @@ void fullToHalf(const char* sFullStr, char* sHalfStr, RResult* presult) {
   size_t i = 0;
   size_t o = 0;
   while (i < n) {
-    CopyUnchangedBlocks(in, n, i, out, o);
-    NormalizeUnits(in, n, i, i + 16 < n ? i + 16 : n, out, o);
+    const size_t cbExact = CopyUnchangedBlocks(in, n, i, out, o);
+    NormalizeUnits(in, n, i, n - i > cbExact ? i + cbExact : n, out, o);
   }
   out[o] = 0;
   PassBackResult(RESULT_SUCCEEDED, presult);
