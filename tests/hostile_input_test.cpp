@@ -239,6 +239,20 @@ TEST(HostileText, NullsAndEarlyExits) {
   EXPECT_STREQ(sz, "x");
 }
 
+// One character that changes, or one that stays, at every offset of a text
+// long enough for whole ASCII blocks on either side of it.
+TEST(HostileText, FullToHalfAtEveryOffsetOfALongText) {
+  for (const auto& [full, half] : {std::pair<std::string, std::string>("\xEF\xBC\xA1", "A"),
+                                   {"\xE4\xBD\xA0", "\xE4\xBD\xA0"}}) {
+    for (size_t k = 0; k <= 48; ++k) {
+      const std::string before(k, 'x'), after(48 - k, 'y');
+      char out[64];
+      fullToHalf((before + full + after).c_str(), out, nullptr);
+      EXPECT_EQ(out, before + half + after) << k;
+    }
+  }
+}
+
 // A match that overlaps the appended delimiter leaves a tail that no
 // delimiter closes: it is dropped, and the search ends there.
 TEST(HostileSizes, SplitDropsATailThatOverlapsTheAppendedDelimiter) {
