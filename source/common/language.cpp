@@ -2,15 +2,10 @@
 // judged by its own value: surrogate pairs are never combined, so characters
 // beyond U+FFFF belong to no class.
 #include <cstdlib>
-#include <cstring>
 
 #include "commonhelpers.h"
-#include "sizes.h"
-#include "stringconverter.h"
 
 namespace {
-
-using commonhelpers_internal::kMaxTripledLength;
 
 bool IsEnglishLetter(USHORT wch) {
   return (wch >= 0x41 && wch <= 0x5A) || (wch >= 0x61 && wch <= 0x7A);
@@ -84,20 +79,13 @@ BOOL ContainsEnglish(unsigned short* wszText, RResult* /*presult*/) {
 
 BOOL ContainsChinese(char* szText, RResult* /*presult*/) {
   BOOL fFound = FALSE;
-  // A failed allocation or conversion answers FALSE, and so does a text too
-  // long for GetUTF16Text()'s buffer, as it would there.
-  const size_t cbText = szText != nullptr ? strlen(szText) : 0;
-  if (szText != nullptr && cbText <= kMaxTripledLength) {
-    // UTF-16 never needs more units than UTF-8 has bytes, so cbText + 1 units
-    // hold the text; nothing past its terminator is read.
-    USHORT* wszText = static_cast<USHORT*>(malloc((cbText + 1) * sizeof(USHORT)));
-    if (wszText != nullptr) {
-      RResult result = RESULT_SUCCEEDED;
-      ConvertUtfString(szText, UTF_8, wszText, static_cast<int>(cbText + 1), UTF_16, &result);
-      for (const USHORT* pwch = wszText; result == RESULT_SUCCEEDED && *pwch != 0 && !fFound;
-           ++pwch) {
-        fFound = IsChineseCharacter(*pwch) ? TRUE : FALSE;
-      }
+  if (szText != nullptr) {
+    // A failed allocation or conversion answers FALSE.
+    RResult result = RESULT_SUCCEEDED;
+    USHORT* wszText = GetUTF16Text(szText, &result);
+    const int cnUnits = result == RESULT_SUCCEEDED ? WcsLen(wszText, nullptr) : 0;
+    for (int i = 0; i < cnUnits && !fFound; ++i) {
+      fFound = IsChineseCharacter(wszText[i]) ? TRUE : FALSE;
     }
     free(wszText);
   }
