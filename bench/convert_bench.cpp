@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "corpus.h"
-#include "stringconverter.h"
+#include <commonhelpers/stringconverter.h>
 
 namespace {
 

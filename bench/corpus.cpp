@@ -6,7 +6,7 @@
 #include <iterator>
 #include <sstream>
 
-#include "stringconverter.h"
+#include <commonhelpers/stringconverter.h>
 
 namespace bench {
 

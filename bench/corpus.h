@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "commonhelpers.h"
+#include <commonhelpers/commonhelpers.h>
 
 namespace bench {
 

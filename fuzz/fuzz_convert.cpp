@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "stringconverter.h"
+#include <commonhelpers/stringconverter.h>
 
 namespace {
 

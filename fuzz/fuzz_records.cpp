@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "commonhelpers.h"
+#include <commonhelpers/commonhelpers.h>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 1) return 0;

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "commonhelpers.h"
+#include <commonhelpers/commonhelpers.h>
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <string>
 
-#include "commonhelpers.h"
+#include <commonhelpers/commonhelpers.h>
 
 namespace {
 

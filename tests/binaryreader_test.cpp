@@ -4,7 +4,7 @@
 #include <cstring>
 #include <string>
 
-#include "commonhelpers.h"
+#include <commonhelpers/commonhelpers.h>
 #include "support/alloc_failure.h"
 #include "support/memory_stream.h"
 

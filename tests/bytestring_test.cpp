@@ -5,7 +5,7 @@
 #include <cstring>
 #include <string>
 
-#include "commonhelpers.h"
+#include <commonhelpers/commonhelpers.h>
 #include "support/alloc_failure.h"
 #include "support/huge_text.h"
 

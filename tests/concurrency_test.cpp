@@ -11,8 +11,8 @@
 #include <thread>
 #include <vector>
 
-#include "commonhelpers.h"
-#include "stringconverter.h"
+#include <commonhelpers/commonhelpers.h>
+#include <commonhelpers/stringconverter.h>
 #include "support/wide.h"
 
 namespace {

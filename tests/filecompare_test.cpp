@@ -7,7 +7,7 @@
 #include <iterator>
 #include <string>
 
-#include "commonhelpers.h"
+#include <commonhelpers/commonhelpers.h>
 
 namespace {
 

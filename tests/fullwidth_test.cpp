@@ -7,7 +7,7 @@
 #include <random>
 #include <string>
 
-#include "commonhelpers.h"
+#include <commonhelpers/commonhelpers.h>
 
 namespace {
 

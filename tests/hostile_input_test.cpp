@@ -14,8 +14,8 @@
 #include <functional>
 #include <string>
 
-#include "commonhelpers.h"
-#include "stringconverter.h"
+#include <commonhelpers/commonhelpers.h>
+#include <commonhelpers/stringconverter.h>
 #include "support/alloc_failure.h"
 #include "support/huge_text.h"
 #include "support/memory_stream.h"

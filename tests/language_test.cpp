@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "commonhelpers.h"
+#include <commonhelpers/commonhelpers.h>
 #include "support/alloc_failure.h"
 #include "support/wide.h"
 

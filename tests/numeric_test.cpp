@@ -7,7 +7,7 @@
 #include <limits>
 #include <vector>
 
-#include "commonhelpers.h"
+#include <commonhelpers/commonhelpers.h>
 #include "support/alloc_failure.h"
 
 namespace {

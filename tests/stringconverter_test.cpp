@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "stringconverter.h"
+#include <commonhelpers/stringconverter.h>
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "commonhelpers.h"
+#include <commonhelpers/commonhelpers.h>
 #include "support/alloc_failure.h"
 #include "support/wide.h"
 

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "commonhelpers.h"
+#include <commonhelpers/commonhelpers.h>
 #include "support/wide.h"
 
 namespace {

@@ -26,10 +26,10 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "commonhelpers.h"
-#include "fatal_check.h"
-#include "sizes.h"
-#include "stringconverter.h"
+#include <commonhelpers/commonhelpers.h>
+#include "internal/fatal_check.h"
+#include "internal/sizes.h"
+#include <commonhelpers/stringconverter.h>
 
 namespace {
 

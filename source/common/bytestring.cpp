@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "commonhelpers.h"
-#include "fatal_check.h"
+#include <commonhelpers/commonhelpers.h>
+#include "internal/fatal_check.h"
 
 namespace {
 

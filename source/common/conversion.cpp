@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "commonhelpers.h"
-#include "sizes.h"
-#include "stringconverter.h"
+#include <commonhelpers/commonhelpers.h>
+#include "internal/sizes.h"
+#include <commonhelpers/stringconverter.h>
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "commonhelpers.h"
+#include <commonhelpers/commonhelpers.h>
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "commonhelpers.h"
+#include <commonhelpers/commonhelpers.h>
 
 #ifdef __SSE2__
 #include <emmintrin.h>

@@ -3,7 +3,7 @@
 // beyond U+FFFF belong to no class.
 #include <cstdlib>
 
-#include "commonhelpers.h"
+#include <commonhelpers/commonhelpers.h>
 
 namespace {
 

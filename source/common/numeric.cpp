@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "commonhelpers.h"
+#include <commonhelpers/commonhelpers.h>
 
 namespace {
 

@@ -2,8 +2,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "commonhelpers.h"
-#include "fatal_check.h"
+#include <commonhelpers/commonhelpers.h>
+#include "internal/fatal_check.h"
 
 void PassBackResult(RResult result, RResult* presult) {
   if (presult != nullptr) {

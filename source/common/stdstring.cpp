@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "commonhelpers.h"
+#include <commonhelpers/commonhelpers.h>
 
 namespace {
 

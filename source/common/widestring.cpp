@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "commonhelpers.h"
+#include <commonhelpers/commonhelpers.h>
 
 namespace {
 

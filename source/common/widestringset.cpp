@@ -2,7 +2,7 @@
 // records neither its count nor its buffer size; the caller keeps both.
 #include <cstdlib>
 
-#include "commonhelpers.h"
+#include <commonhelpers/commonhelpers.h>
 
 USHORT** WStringSetConstruct(int cnString, int nStringLength, RResult* presult) {
   RResult result = RESULT_SUCCEEDED;

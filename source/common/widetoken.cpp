@@ -1,6 +1,6 @@
 // Wide-string tokenizer and cleanup: in place, no allocation.
-#include "commonhelpers.h"
-#include "fatal_check.h"
+#include <commonhelpers/commonhelpers.h>
+#include "internal/fatal_check.h"
 
 namespace {
 

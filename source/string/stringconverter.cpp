@@ -20,7 +20,7 @@
 // code point that is not a surrogate. The first malformed sequence, or the
 // first character that does not fit in the destination, ends the conversion
 // with RESULT_INV_DATA; what was converted before it stays, terminated.
-#include "stringconverter.h"
+#include <commonhelpers/stringconverter.h>
 
 #include <cstddef>
 #include <cstdint>

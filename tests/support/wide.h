@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "commonhelpers.h"
+#include <commonhelpers/commonhelpers.h>
 
 namespace wide {
 

@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "chtool.h"
-#include "stringconverter.h"
+#include <commonhelpers/stringconverter.h>
 
 namespace chtool {
 
