@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "corpus.h"
 #include <commonhelpers/stringconverter.h>
+#include "corpus.h"
 
 namespace {
 

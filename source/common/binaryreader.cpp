@@ -27,9 +27,9 @@
 #include <cstdlib>
 
 #include <commonhelpers/commonhelpers.h>
+#include <commonhelpers/stringconverter.h>
 #include "internal/fatal_check.h"
 #include "internal/sizes.h"
-#include <commonhelpers/stringconverter.h>
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <cstring>
 
 #include <commonhelpers/commonhelpers.h>
-#include "internal/sizes.h"
 #include <commonhelpers/stringconverter.h>
+#include "internal/sizes.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "chtool.h"
 #include <commonhelpers/stringconverter.h>
+#include "chtool.h"
 
 namespace chtool {
 
