@@ -1,9 +1,14 @@
 // Utilities over std::string. Byte-wise; the containers' exceptions pass to
-// the caller. split and StringReplace build their results in one pass, so
-// their cost is linear in the text and the output.
+// the caller. split and StringReplace count what they will produce before
+// they build it, so each allocates its result once and their cost is linear
+// in the text and the output.
+#include <algorithm>
 #include <bitset>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+#include <string_view>
 
 #include <commonhelpers/commonhelpers.h>
 
@@ -18,6 +23,76 @@ std::bitset<256> ByteSet(const std::string& trimStr) {
   return set;
 }
 
+// The first `ch` in `text` at or after `from`, or npos. Pieces between
+// delimiters are often only a few bytes long, and a call of memchr costs more
+// than looking at those bytes one by one; the bytes beyond the first 16 go
+// to memchr (through find).
+size_t FindByte(std::string_view text, char ch, size_t from) {
+  const size_t end = std::min(text.size(), from + 16);
+  for (size_t pos = from; pos < end; ++pos) {
+    if (text[pos] == ch) {
+      return pos;
+    }
+  }
+  return text.find(ch, end);
+}
+
+// True when `pattern` occurs in `text` at `pos`, its first byte known to
+// be there. The bytes are compared here rather than by memcmp, whose call
+// costs more than the few bytes of a delimiter.
+bool RestMatches(std::string_view text, size_t pos, std::string_view pattern) {
+  if (text.size() - pos < pattern.size()) {
+    return false;
+  }
+  for (size_t k = 1; k < pattern.size(); ++k) {
+    if (text[pos + k] != pattern[k]) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// The first occurrence of `pattern` (not empty) in `text` at or after
+// `from`, or npos.
+size_t Find(std::string_view text, std::string_view pattern, size_t from) {
+  size_t pos = FindByte(text, pattern[0], from);
+  while (pos != std::string_view::npos && !RestMatches(text, pos, pattern)) {
+    pos = FindByte(text, pattern[0], pos + 1);
+  }
+  return pos;
+}
+
+// Calls visit(pos) for each occurrence of `pattern` (not empty) in `text` at
+// or after `from`, left to right without overlap. A one-byte pattern takes
+// the shortest way.
+template <typename Visit>
+void ForEachOccurrence(std::string_view text, std::string_view pattern, size_t from, Visit visit) {
+  if (pattern.size() == 1) {
+    for (size_t pos = FindByte(text, pattern[0], from); pos != std::string_view::npos;
+         pos = FindByte(text, pattern[0], pos + 1)) {
+      visit(pos);
+    }
+  } else {
+    for (size_t pos = Find(text, pattern, from); pos != std::string_view::npos;
+         pos = Find(text, pattern, pos + pattern.size())) {
+      visit(pos);
+    }
+  }
+}
+
+// Calls visit(start, length) for each non-empty piece of `text` that ends
+// in an occurrence of `delim`.
+template <typename Visit>
+void ForEachPiece(std::string_view text, std::string_view delim, Visit visit) {
+  size_t start = 0;
+  ForEachOccurrence(text, delim, 0, [&](size_t pos) {
+    if (pos > start) {
+      visit(start, pos - start);
+    }
+    start = pos + delim.size();
+  });
+}
+
 }  // namespace
 
 std::vector<std::string> split(std::string& str, const std::string& delim) {
@@ -30,18 +105,13 @@ std::vector<std::string> split(std::string& str, const std::string& delim) {
     return pieces;
   }
   str += delim;
-  const size_t size = str.size();
-  size_t i = 0;
-  while (i < size) {
-    const size_t pos = str.find(delim, i);
-    if (pos == std::string::npos) {
-      break;
-    }
-    if (pos > i) {
-      pieces.emplace_back(str, i, pos - i);
-    }
-    i = pos + delim.size();
-  }
+  const std::string_view text(str);
+  size_t cnPieces = 0;
+  ForEachPiece(text, delim, [&cnPieces](size_t, size_t) { ++cnPieces; });
+  pieces.reserve(cnPieces);
+  ForEachPiece(text, delim, [&](size_t start, size_t length) {
+    pieces.emplace_back(text.data() + start, length);
+  });
   return pieces;
 }
 
@@ -54,24 +124,46 @@ void StringReplace(std::string& strBig, const std::string& strsrc, const std::st
   if (strsrc.empty()) {
     return;
   }
-  size_t pos = strBig.find(strsrc);
-  if (pos == std::string::npos) {
+  const size_t cbSrc = strsrc.size();
+  const size_t cbDst = strdst.size();
+  const std::string_view text(strBig);
+  const size_t posFirst = Find(text, strsrc, 0);
+  if (posFirst == std::string_view::npos) {
     return;
   }
-  std::string replaced;
-  replaced.reserve(strBig.size());
-  size_t start = 0;
-  // The search goes on behind each occurrence in the original text, which is
-  // where it would resume behind the inserted text: replacements never
-  // cascade.
-  while (pos != std::string::npos) {
-    replaced.append(strBig, start, pos - start);
-    replaced += strdst;
-    start = pos + strsrc.size();
-    pos = strBig.find(strsrc, start);
+  // A replacement no longer than what it replaces is written over the text
+  // itself: the writer never passes the reader, and the search resumes
+  // behind the occurrence, which is where it would resume behind the
+  // inserted text, so replacements never cascade. A longer one goes into a
+  // new string of the exact final size.
+  std::string grown;
+  char* pchOut = strBig.data();
+  if (cbDst > cbSrc) {
+    size_t cnFound = 0;
+    ForEachOccurrence(text, strsrc, posFirst, [&cnFound](size_t) { ++cnFound; });
+    if (cbDst - cbSrc > (grown.max_size() - text.size()) / cnFound) {
+      throw std::length_error("StringReplace");
+    }
+    grown.resize(text.size() + cnFound * (cbDst - cbSrc));
+    pchOut = grown.data();
+    memcpy(pchOut, text.data(), posFirst);
   }
-  replaced.append(strBig, start, std::string::npos);
-  strBig.swap(replaced);
+  size_t cbOut = posFirst;
+  size_t start = posFirst;
+  ForEachOccurrence(text, strsrc, posFirst, [&](size_t pos) {
+    memmove(pchOut + cbOut, text.data() + start, pos - start);
+    cbOut += pos - start;
+    memmove(pchOut + cbOut, strdst.data(), cbDst);
+    cbOut += cbDst;
+    start = pos + cbSrc;
+  });
+  memmove(pchOut + cbOut, text.data() + start, text.size() - start);
+  cbOut += text.size() - start;
+  if (grown.empty()) {
+    strBig.resize(cbOut);
+  } else {
+    strBig.swap(grown);
+  }
 }
 
 std::string GetParentPath(std::string location) {
