@@ -66,6 +66,8 @@ void RegisterConversions(TextKind kind, size_t size) {
         Iconv(state, "UTF-16LE", "UTF-8", text.data(), text.size(), wide.data(), wide.size() * 2);
       });
 
+  bench::RegisterMemcpy("Utf8ToUtf16", kind, size);
+
   RegisterOnText("Utf16ToUtf8", "ours", kind, size,
                  [](benchmark::State& state, const std::string& text) {
                    const std::vector<USHORT> wide = bench::Utf16Text(text);
@@ -96,6 +98,9 @@ void RegisterConversions(TextKind kind, size_t size) {
                    Iconv(state, "UTF-8", "UTF-16LE", wide.data(), (wide.size() - 1) * 2,
                          narrow.data(), narrow.size());
                  });
+
+  // The same UTF-8 bytes as the output of the conversion.
+  bench::RegisterMemcpy("Utf16ToUtf8", kind, size);
 
   // The wrapper allocates and zero-fills 3n + 3 units, as its contract says;
   // the anchor does the same before converting.

@@ -1,6 +1,7 @@
 #include "corpus.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -163,6 +164,18 @@ std::string BenchName(const char* function, const char* impl, const std::string&
   std::ostringstream name;
   name << function << '/' << impl << '/' << input << '/' << size;
   return name.str();
+}
+
+void RegisterMemcpy(const char* function, TextKind kind, size_t size) {
+  RegisterOnText(function, "memcpy", kind, size,
+                 [](benchmark::State& state, const std::string& text) {
+                   std::vector<char> copy(text.size() + 1);
+                   for (auto _ : state) {
+                     memcpy(copy.data(), text.c_str(), text.size() + 1);
+                     benchmark::DoNotOptimize(copy.data());
+                     benchmark::ClobberMemory();
+                   }
+                 });
 }
 
 }  // namespace bench

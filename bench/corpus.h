@@ -64,6 +64,11 @@ void RegisterOnText(const char* function, const char* impl, TextKind kind, size_
                                });
 }
 
+// Registers memcpy of the UTF-8 text of `kind` and `size` (terminator
+// included) under `function`: the floor that a function producing or
+// consuming those bytes is compared with.
+void RegisterMemcpy(const char* function, TextKind kind, size_t size);
+
 }  // namespace bench
 
 #endif  // COMMONHELPERS_BENCH_CORPUS_H_

@@ -1,87 +1,67 @@
 #!/usr/bin/env bash
-# Runs the benchmark suite and prints, as Markdown, one table of throughput
-# ratios against the anchors (with the issue's targets) and the scaling check
-# (1 MB against 64 KB) for every function that walks a text.
+# Regenerates every figure of docs/performance.md with one command: builds the
+# bench preset and runs the suite once per SIMD level that this CPU has, each
+# level its own process chosen by COMMONHELPERS_SIMD. The widest level, the
+# one the library picks by itself, runs everything: the library, ICU, iconv,
+# Abseil, memcpy, cmp and the file benchmarks, interleaved at random, so that
+# every ratio of a target comes from one run of one binary. The other levels
+# run only the library's in-memory benchmarks. Then it prints the table of
+# targets and the scaling check (bench/report.py) and redraws the chart
+# (bench/chart.py, docs/conversion-throughput.svg) from the JSON.
 #
 # Usage: bench/report.sh [extra benchmark flags...]
-#   Builds the bench preset first. REPETITIONS (default 3) sets how many runs
-#   the medians come from; e.g. --benchmark_filter=Utf8 narrows the suite.
+#   RESULTS   directory for the JSON and the tables (default build/bench/results)
+#   LEVELS    the levels to run (default: scalar sse2 avx2 avx512, less those
+#             the CPU lacks)
+#   REPETITIONS (default 5) and MIN_TIME (seconds, default 0.1) per benchmark;
+#   medians are reported. About five minutes on two cores.
+#   Extra flags go to every run (a --benchmark_filter of their own replaces
+#   the split between the runs).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
+results=${RESULTS:-build/bench/results}
+python=/usr/bin/python3  # Debian's, which sees python3-matplotlib
+
 cmake --preset bench >/dev/null
 cmake --build --preset bench >/dev/null
+binary=build/bench/bench/commonhelpers_bench
 
-csv=$(mktemp)
-log=$(mktemp)
-trap 'rm -f "$csv" "$log"' EXIT
-if ! ./build/bench/bench/commonhelpers_bench \
-  --benchmark_repetitions="${REPETITIONS:-3}" --benchmark_report_aggregates_only=true \
-  --benchmark_out="$csv" --benchmark_out_format=csv "$@" >"$log" 2>&1; then
-  cat "$log" >&2
-  exit 1
+if [ -z "${LEVELS:-}" ]; then
+  LEVELS=scalar
+  flags=$(grep -m1 '^flags' /proc/cpuinfo || true)
+  for level in sse2:sse2 avx2:avx2 avx512:avx512bw; do
+    grep -qw "${level#*:}" <<<"$flags" && LEVELS+=" ${level%%:*}"
+  done
 fi
 
-echo "Machine: $(lscpu | sed -n 's/^Model name: *//p'), $(nproc) cores;" \
-  "load before the run: $(cut -d' ' -f1-3 /proc/loadavg); $(date -u '+%Y-%m-%d %H:%M UTC')"
-echo
+mkdir -p "$results"
+rm -f "$results"/*.json
+{
+  echo "$(lscpu | sed -n 's/^Model name: *//p'), $(nproc) cores"
+  echo "$(grep -m1 '^flags' /proc/cpuinfo | grep -ow -E 'sse4_2|avx2|avx512bw|avx512vbmi2?' | sort -u | tr '\n' ' ')"
+  echo "load before the run: $(cut -d' ' -f1-3 /proc/loadavg); $(date -u '+%Y-%m-%d %H:%M UTC')"
+} >"$results/machine.txt"
 
-awk -F, '
-  # Minimum ratio (ours / anchor throughput) the issue asks for, or "".
-  function target(f, anchor, input, size) {
-    if (f == "Utf8ToUtf16" || f == "Utf16ToUtf8") {
-      if (anchor == "ICU" && size == 64) return 1.0
-      if (input == "mixed" || (size != 4096 && size != 1048576)) return ""
-      return anchor == "ICU" ? 1.5 : 3.0
-    }
-    if (f == "fullToHalf" && anchor == "memcpy" && size == 1048576)
-      return input == "english" ? 0.4 : (input == "chinese" ? 0.1 : "")
-    if ((f == "split" || f == "StringReplace") && size == 1048576) return 1.0
-    if (f == "CompareBinFiles") return 1 / 1.2
-    if (f == "CompareTextFiles") return 0.5
-    return ""
-  }
-  function mb(bps) { return sprintf("%.0f", bps / 1e6) }
-  # Medians when the run was repeated, the single figures otherwise.
-  /^"/ && !/_(mean|stddev|cv)"/ {
-    name = $1; gsub(/"/, "", name); sub(/_median$/, "", name); sub(/\/real_time$/, "", name)
-    split(name, part, "/")
-    key = part[1] SUBSEP part[3] SUBSEP part[4]
-    if (!(key in seen)) { seen[key] = 1; order[++n] = key }
-    if (part[2] == "ours") ours[key] = $6
-    else { anchors[key] = anchors[key] " " part[2]; bps[key, part[2]] = $6 }
-  }
-  END {
-    print "| function | input | bytes | ours MB/s | anchor | anchor MB/s | ratio | target | met |"
-    print "|---|---|---:|---:|---|---:|---:|---:|---|"
-    for (k = 1; k <= n; ++k) {
-      key = order[k]; split(key, part, SUBSEP)
-      m = split(anchors[key], list, " ")
-      if (m == 0) printf "| %s | %s | %s | %s | | | | | |\n", part[1], part[2], part[3], mb(ours[key])
-      for (a = 1; a <= m; ++a) {
-        ratio = ours[key] / bps[key, list[a]]
-        t = target(part[1], list[a], part[2], part[3])
-        met = t == "" ? "" : (ratio >= t ? "yes" : "**no**")
-        printf "| %s | %s | %s | %s | %s | %s | %.2f | %s | %s |\n", part[1], part[2], part[3],
-          mb(ours[key]), list[a], mb(bps[key, list[a]]), ratio, t == "" ? "" : sprintf("%.2f", t), met
-      }
-    }
-    print ""
-    print "Scaling: time for 1 MB over 16 times the time for 64 KB (target at most 1.20),"
-    print "with the same ratio for each anchor beside it."
-    print ""
-    print "| function | input | ours | anchors |"
-    print "|---|---|---:|---|"
-    for (k = 1; k <= n; ++k) {
-      split(order[k], part, SUBSEP)
-      if (part[3] != 1048576) continue
-      small = part[1] SUBSEP part[2] SUBSEP 65536
-      if (!(small in ours)) continue
-      s = ours[small] / ours[order[k]]
-      others = ""
-      m = split(anchors[order[k]], list, " ")
-      for (a = 1; a <= m; ++a)
-        others = others sprintf("%s%s %.2f", a > 1 ? ", " : "", list[a], bps[small, list[a]] / bps[order[k], list[a]])
-      printf "| %s | %s | %.2f%s | %s |\n", part[1], part[2], s, s <= 1.2 ? "" : " **over**", others
-    }
-  }' "$csv"
+# The library on in-memory inputs, for the levels other than the widest.
+ours='^[^/]+/ours/(english|chinese|mixed|commas|br)/'
+widest=${LEVELS##* }
+start=$SECONDS
+for level in $LEVELS; do
+  filter=$ours
+  [ "$level" = "$widest" ] && filter=.
+  if ! COMMONHELPERS_SIMD=$level "$binary" --benchmark_filter="$filter" \
+    --benchmark_repetitions="${REPETITIONS:-5}" --benchmark_min_time="${MIN_TIME:-0.1}" \
+    --benchmark_enable_random_interleaving=true --benchmark_report_aggregates_only=true \
+    --benchmark_out="$results/ours-$level.json" --benchmark_out_format=json "$@" \
+    >"$results/ours-$level.log" 2>&1; then
+    cat "$results/ours-$level.log" >&2
+    exit 1
+  fi
+done
+
+"$python" bench/report.py "$results" | tee "$results/report.md"
+"$python" bench/chart.py "$results" docs/conversion-throughput.svg
+echo
+echo "Runs took $((SECONDS - start)) s; JSON, logs and report.md in $results;" \
+  "chart in docs/conversion-throughput.svg."

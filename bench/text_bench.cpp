@@ -64,15 +64,7 @@ void RegisterFullToHalf(TextKind kind, size_t size) {
                      benchmark::DoNotOptimize(half.data());
                    }
                  });
-  RegisterOnText("fullToHalf", "memcpy", kind, size,
-                 [](benchmark::State& state, const std::string& text) {
-                   std::vector<char> half(text.size() + 1);
-                   for (auto _ : state) {
-                     memcpy(half.data(), text.c_str(), text.size() + 1);
-                     benchmark::DoNotOptimize(half.data());
-                     benchmark::ClobberMemory();
-                   }
-                 });
+  bench::RegisterMemcpy("fullToHalf", kind, size);
   RegisterOnText("fullToHalf", "strlen", kind, size,
                  [](benchmark::State& state, const std::string& text) {
                    for (auto _ : state) {
