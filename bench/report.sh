@@ -39,7 +39,7 @@ mkdir -p "$results"
 rm -f "$results"/*.json
 {
   echo "$(lscpu | sed -n 's/^Model name: *//p'), $(nproc) cores"
-  echo "$(grep -m1 '^flags' /proc/cpuinfo | grep -ow -E 'sse4_2|avx2|avx512bw|avx512vbmi2?' | sort -u | tr '\n' ' ')"
+  echo "$(grep -m1 '^flags' /proc/cpuinfo | grep -ow -E 'sse4_2|avx2|avx512bw|avx512vbmi|avx512_vbmi2' | sort -u | tr '\n' ' ')"
   echo "load before the run: $(cut -d' ' -f1-3 /proc/loadavg); $(date -u '+%Y-%m-%d %H:%M UTC')"
 } >"$results/machine.txt"
 
