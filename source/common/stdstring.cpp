@@ -14,27 +14,26 @@
 
 namespace {
 
-// The bytes of `trimStr` as a set.
-std::bitset<256> ByteSet(const std::string& trimStr) {
+// A test of one byte against the bytes of `trimStr`, taken as a set.
+auto InTrimSet(const std::string& trimStr) {
   std::bitset<256> set;
   for (unsigned char b : trimStr) {
     set.set(b);
   }
-  return set;
+  return [set](char ch) { return set.test(static_cast<unsigned char>(ch)); };
 }
 
-// The first `ch` in `text` at or after `from`, or npos. Pieces between
-// delimiters are often only a few bytes long, and a call of memchr costs more
-// than looking at those bytes one by one; the bytes beyond the first 16 go
-// to memchr (through find).
+// The first `ch` in `text` at or after `from` (at most its size), or npos.
+// Pieces between delimiters are often only a few bytes long, and a call of
+// memchr costs more than looking at those bytes one by one; the bytes beyond
+// the first 16 go to memchr (through find).
 size_t FindByte(std::string_view text, char ch, size_t from) {
-  const size_t end = std::min(text.size(), from + 16);
-  for (size_t pos = from; pos < end; ++pos) {
-    if (text[pos] == ch) {
-      return pos;
-    }
+  const char* const pchNear = text.data() + std::min(text.size(), from + 16);
+  const char* const pch = std::find(text.data() + from, pchNear, ch);
+  if (pch != pchNear) {
+    return static_cast<size_t>(pch - text.data());
   }
-  return text.find(ch, end);
+  return text.find(ch, static_cast<size_t>(pchNear - text.data()));
 }
 
 // True when `pattern` occurs in `text` at `pos`, its first byte known to
@@ -177,27 +176,17 @@ std::string GetParentPath(std::string location) {
 }
 
 bool TrimStart(std::string& str, const std::string& trimStr) {
-  const std::bitset<256> set = ByteSet(trimStr);
-  size_t first = 0;
-  while (first < str.size() && set.test(static_cast<unsigned char>(str[first]))) {
-    ++first;
-  }
-  str.erase(0, first);
+  str.erase(str.begin(), std::find_if_not(str.begin(), str.end(), InTrimSet(trimStr)));
   return !str.empty();
 }
 
 bool TrimEnd(std::string& str, const std::string& trimStr) {
-  const std::bitset<256> set = ByteSet(trimStr);
-  size_t end = str.size();
-  while (end > 0 && set.test(static_cast<unsigned char>(str[end - 1]))) {
-    --end;
-  }
-  str.resize(end);
+  str.erase(std::find_if_not(str.rbegin(), str.rend(), InTrimSet(trimStr)).base(), str.end());
   return !str.empty();
 }
 
 bool Trim(std::string& str, const std::string& trimStr) {
-  const bool fStart = TrimStart(str, trimStr);
-  const bool fEnd = TrimEnd(str, trimStr);
-  return fStart && fEnd;
+  // TrimEnd sees what TrimStart left, so its answer is the answer of both.
+  TrimStart(str, trimStr);
+  return TrimEnd(str, trimStr);
 }
