@@ -4,6 +4,7 @@
 // in the text and the output.
 #include <algorithm>
 #include <bitset>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -16,7 +17,7 @@ namespace {
 
 // A test of one byte against the bytes of `trimStr`, taken as a set.
 auto InTrimSet(const std::string& trimStr) {
-  std::bitset<256> set;
+  std::bitset<1 << CHAR_BIT> set;
   for (unsigned char b : trimStr) {
     set.set(b);
   }
@@ -28,12 +29,12 @@ auto InTrimSet(const std::string& trimStr) {
 // memchr costs more than looking at those bytes one by one; the bytes beyond
 // the first 16 go to memchr (through find).
 size_t FindByte(std::string_view text, char ch, size_t from) {
-  const char* const pchNear = text.data() + std::min(text.size(), from + 16);
-  const char* const pch = std::find(text.data() + from, pchNear, ch);
-  if (pch != pchNear) {
-    return static_cast<size_t>(pch - text.data());
+  const size_t limit = std::min(text.size(), from + 16);
+  size_t pos = from;
+  while (pos != limit && text[pos] != ch) {
+    ++pos;
   }
-  return text.find(ch, static_cast<size_t>(pchNear - text.data()));
+  return pos != limit ? pos : text.find(ch, limit);
 }
 
 // True when `pattern` occurs in `text` at `pos`, its first byte known to
