@@ -2,7 +2,9 @@
 # Installs the library and chtool (static, then shared) into a temporary
 # prefix given only at install time, runs the installed tool, and builds and
 # runs a project outside the tree against the library, found once through
-# CMake's package and once through pkg-config.
+# CMake's package and once through pkg-config. Then builds the same source with
+# the library added as a subdirectory. GoogleTest is hidden from every
+# configure step: neither an install nor a subdirectory may need it.
 # For the shared library, checks the SONAME and that it exports exactly the
 # functions its headers declare.
 set -euo pipefail
@@ -14,7 +16,7 @@ for shared in OFF ON; do
   echo "--- consumer with BUILD_SHARED_LIBS=$shared"
   prefix="$work/prefix-$shared"
   cmake -S "$root" -B "$work/lib-$shared" -G Ninja -DCMAKE_BUILD_TYPE=Release \
-    -DBUILD_SHARED_LIBS="$shared" -DCOMMONHELPERS_BUILD_TESTS=OFF \
+    -DBUILD_SHARED_LIBS="$shared" -DBUILD_TESTING=OFF -DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON --no-warn-unused-cli \
     > /dev/null
   cmake --build "$work/lib-$shared" > /dev/null
   cmake --install "$work/lib-$shared" --prefix "$prefix" > /dev/null
@@ -33,6 +35,18 @@ for shared in OFF ON; do
     $(pkg-config --cflags --libs commonhelpers)
   LD_LIBRARY_PATH="$libdir" "$work/app-pc-$shared"
 done
+
+echo "--- consumer with add_subdirectory"
+cmake -S "$root/tests/consumer/add_subdirectory" -B "$work/app-subdirectory" -G Ninja \
+  -DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON --no-warn-unused-cli > /dev/null
+cmake --build "$work/app-subdirectory" > /dev/null
+"$work/app-subdirectory/consumer"
+# The hiding works: the tests asked for, the same configure step fails.
+if cmake -S "$root" -B "$work/with-tests" -G Ninja -DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON \
+  > /dev/null 2>&1; then
+  echo "GoogleTest was found although it was hidden" >&2
+  exit 1
+fi
 
 library="$libdir/libcommonhelpers.so"
 objdump -p "$library" | grep -q 'SONAME *libcommonhelpers\.so\.1$'

@@ -23,7 +23,7 @@ status() { "$@" > /dev/null 2>&1; echo $?; }
 
 # Help, version and usage errors.
 check "help" 0 "$(status "$tool" --help)"
-check "version" "chtool 1.0.0" "$("$tool" --version)"
+check "version" "chtool $3" "$("$tool" --version)"
 check "no command" 2 "$(status "$tool")"
 check "unknown command" 2 "$(status "$tool" frobnicate)"
 for command in halfwidth lang dump pack cmp hann; do
