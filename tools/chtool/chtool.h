@@ -1,10 +1,12 @@
-// chtool: the library's functions from the shell. Each subcommand takes its
-// arguments after the subcommand name and returns the process exit status.
+// chtool: the library's functions from the shell. One argument parser serves
+// every subcommand: options and operands in any order, `--opt value` and
+// `--opt=value`, `--` ends the options, and `-` is an operand (standard input).
 #ifndef CHTOOL_CHTOOL_H_
 #define CHTOOL_CHTOOL_H_
 
 #include <cstdio>
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -13,35 +15,57 @@
 namespace chtool {
 
 // Exit statuses: what the command was asked to find is absent or different
-// (cmp), the input is bad, or the command line is.
+// (cmp), or the input is bad; the command line is wrong or output failed.
 constexpr int kExitFailure = 1;
 constexpr int kExitUsage = 2;
 
 using Args = std::vector<std::string>;
 
-int HalfWidth(const Args& args);
-int Lang(const Args& args);
-int Dump(const Args& args);
-int Pack(const Args& args);
-int Cmp(const Args& args);
-int Hann(const Args& args);
+struct Option {
+  const char* name;   // "--layout"
+  const char* alias;  // "-s", or null
+  bool takesValue;
+};
+
+struct Invocation;
+
+struct Command {
+  const char* name;
+  // The help text; its first line is the usage line shown with usage errors.
+  const char* help;
+  std::vector<Option> options;
+  int (*run)(const Invocation& invocation);
+};
+
+struct Invocation {
+  const Command* command;
+  std::map<std::string, std::string> options;  // by long name; "" for a flag
+  Args operands;
+
+  bool Has(const std::string& name) const { return options.count(name) != 0; }
+};
+
+extern const Command kHalfWidth;
+extern const Command kLang;
+extern const Command kDump;
+extern const Command kPack;
+extern const Command kCmp;
+extern const Command kHann;
 
 // Prints "chtool: <message>" to standard error and returns `status`.
 int Fail(int status, const std::string& message);
 
-// The name of a result code, as the header spells it.
-const char* ResultName(RResult result);
-
-// True when `args` asks for help; prints `usage` to standard output then.
-bool WantsHelp(const Args& args, const char* usage);
+// Prints "chtool: COMMAND: <message>" and the command's usage line to standard
+// error; returns kExitUsage.
+int UsageError(const Invocation& invocation, const std::string& message);
 
 // Calls `line` for every line of each file, or of standard input when there
 // is none or the name is "-", with the line feed taken off and `lineFeed`
 // telling whether there was one (only the last line may lack it). Lines may
-// be of any length and hold any bytes. Returns kExitFailure when a file can't
-// be opened or read, else 0.
+// be of any length and hold any bytes. `line` returns false to stop. Returns
+// kExitFailure when a file can't be opened or read, else 0.
 int ForEachLine(const Args& files,
-                const std::function<void(std::string& line, bool lineFeed)>& line);
+                const std::function<bool(std::string& line, bool lineFeed)>& line);
 
 // Opens `path` for reading in binary mode ("-" is standard input); null
 // after reporting the error.

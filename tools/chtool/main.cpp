@@ -1,8 +1,8 @@
 // chtool: normalization, language tests, record files, file comparison and
 // windows from the command line, built on commonhelpers.
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
-#include <map>
 
 #include "chtool.h"
 
@@ -11,17 +11,84 @@ namespace chtool {
 namespace {
 
 const char kUsage[] =
-    "usage: chtool COMMAND [ARGS...]\n"
+    "usage: chtool COMMAND [OPTIONS] [ARGS...]\n"
+    "       chtool --help | --version\n"
     "\n"
     "commands:\n"
-    "  halfwidth [FILE...]              full-width forms of UTF-8 text to ASCII\n"
-    "  lang [--summary] [FILE...]       Chinese characters and English letters per line\n"
-    "  dump --layout LIST FILE          print the values of a binary record file\n"
-    "  pack --layout LIST [FILE]        write a binary record file from one value per line\n"
-    "  cmp [--text] FILE1 FILE2         exit 0 when equal, 1 when different, 2 on trouble\n"
-    "  hann N                           a Hann window of N values, one per line\n"
+    "  halfwidth [FILE...]                  full-width forms of UTF-8 text to ASCII\n"
+    "  lang [--summary] [FILE...]           Chinese characters and English letters per line\n"
+    "  dump --layout LIST FILE              print the values of a binary record file\n"
+    "  pack --layout LIST [FILE]            write a binary record file from values\n"
+    "  cmp [-s] [--text] FILE1 FILE2        exit 0 when equal, 1 when different\n"
+    "  hann N                               a Hann window of N values, one per line\n"
     "\n"
-    "FILE may be '-' for standard input. 'chtool COMMAND --help' tells more.\n";
+    "FILE may be '-' for standard input; '--' ends the options. Options take their\n"
+    "value as '--opt VALUE' or '--opt=VALUE'. Exit status 2 on a usage error or when\n"
+    "output can't be written. 'chtool COMMAND --help' tells more.\n";
+
+const Command* const kCommands[] = {&kHalfWidth, &kLang, &kDump, &kPack, &kCmp, &kHann};
+
+// Flushes standard output; kExitUsage after reporting when anything written
+// to it was lost, else `status`.
+int Finish(int status) {
+  if (fflush(stdout) != 0 || ferror(stdout)) {
+    return Fail(kExitUsage, std::string("write error: ") + strerror(errno));
+  }
+  return status;
+}
+
+const Option* FindOption(const Command& command, const std::string& spelling) {
+  for (const Option& option : command.options) {
+    if (spelling == option.name || (option.alias != nullptr && spelling == option.alias)) {
+      return &option;
+    }
+  }
+  return nullptr;
+}
+
+// Fills `invocation` from `args`; false after reporting a usage error.
+// `help` is set when --help or -h comes before any "--".
+bool Parse(const Args& args, Invocation& invocation, bool& help) {
+  bool optionsEnded = false;
+  for (size_t i = 0; i < args.size(); ++i) {
+    const std::string& arg = args[i];
+    if (optionsEnded || arg == "-" || arg.empty() || arg[0] != '-') {
+      invocation.operands.push_back(arg);
+      continue;
+    }
+    if (arg == "--") {
+      optionsEnded = true;
+      continue;
+    }
+    if (arg == "--help" || arg == "-h") {
+      help = true;
+      continue;
+    }
+    const size_t equals = arg.compare(0, 2, "--") == 0 ? arg.find('=') : std::string::npos;
+    const std::string spelling = arg.substr(0, equals);
+    const Option* option = FindOption(*invocation.command, spelling);
+    if (option == nullptr) {
+      UsageError(invocation, "unknown option " + spelling);
+      return false;
+    }
+    std::string value;
+    if (equals != std::string::npos) {
+      if (!option->takesValue) {
+        UsageError(invocation, std::string("option ") + option->name + " takes no value");
+        return false;
+      }
+      value = arg.substr(equals + 1);
+    } else if (option->takesValue) {
+      if (i + 1 == args.size()) {
+        UsageError(invocation, std::string("option ") + option->name + " needs a value");
+        return false;
+      }
+      value = args[++i];
+    }
+    invocation.options[option->name] = value;
+  }
+  return true;
+}
 
 }  // namespace
 
@@ -30,29 +97,11 @@ int Fail(int status, const std::string& message) {
   return status;
 }
 
-const char* ResultName(RResult result) {
-  switch (result) {
-    case RESULT_SUCCEEDED:
-      return "RESULT_SUCCEEDED";
-    case RESULT_INV_ARGUMENT:
-      return "RESULT_INV_ARGUMENT";
-    case RESULT_OUT_OF_MEMORY:
-      return "RESULT_OUT_OF_MEMORY";
-    case RESULT_INV_DATA:
-      return "RESULT_INV_DATA";
-    default:
-      return "RESULT_ANY_ERROR";
-  }
-}
-
-bool WantsHelp(const Args& args, const char* usage) {
-  for (const std::string& arg : args) {
-    if (arg == "--help" || arg == "-h") {
-      fputs(usage, stdout);
-      return true;
-    }
-  }
-  return false;
+int UsageError(const Invocation& invocation, const std::string& message) {
+  const char* help = invocation.command->help;
+  fprintf(stderr, "chtool: %s: %s\n%.*s\n", invocation.command->name, message.c_str(),
+          static_cast<int>(strcspn(help, "\n")), help);
+  return kExitUsage;
 }
 
 FILE* OpenInput(const std::string& path) {
@@ -67,10 +116,12 @@ FILE* OpenInput(const std::string& path) {
 }
 
 int ForEachLine(const Args& files,
-                const std::function<void(std::string& line, bool lineFeed)>& line) {
+                const std::function<bool(std::string& line, bool lineFeed)>& line) {
   const Args inputs = files.empty() ? Args{"-"} : files;
   int status = 0;
-  for (const std::string& path : inputs) {
+  bool going = true;
+  for (size_t i = 0; i < inputs.size() && going; ++i) {
+    const std::string& path = inputs[i];
     FILE* file = OpenInput(path);
     if (file == nullptr) {
       status = kExitFailure;
@@ -79,11 +130,11 @@ int ForEachLine(const Args& files,
     char* buffer = nullptr;
     size_t capacity = 0;
     ssize_t length;
-    while ((length = getline(&buffer, &capacity, file)) >= 0) {
+    while (going && (length = getline(&buffer, &capacity, file)) >= 0) {
       std::string text(buffer, static_cast<size_t>(length));
       const bool lineFeed = !text.empty() && text.back() == '\n';
       if (lineFeed) text.pop_back();
-      line(text, lineFeed);
+      going = line(text, lineFeed);
     }
     if (ferror(file)) status = Fail(kExitFailure, path + ": read error");
     free(buffer);
@@ -96,29 +147,29 @@ int ForEachLine(const Args& files,
 
 int main(int argc, char** argv) {
   using namespace chtool;
-  const std::map<std::string, int (*)(const Args&)> commands = {
-      {"halfwidth", HalfWidth}, {"lang", Lang}, {"dump", Dump},
-      {"pack", Pack},           {"cmp", Cmp},   {"hann", Hann}};
+  const std::string first = argc < 2 ? "" : argv[1];
+  if (first == "--help" || first == "-h") {
+    fputs(kUsage, stdout);
+    return Finish(0);
+  }
+  if (first == "--version") {
+    printf("chtool %s\n", CHTOOL_VERSION);
+    return Finish(0);
+  }
+  for (const Command* command : kCommands) {
+    if (first != command->name) continue;
+    Invocation invocation{command, {}, {}};
+    bool help = false;
+    if (!Parse(Args(argv + 2, argv + argc), invocation, help)) return kExitUsage;
+    if (help) {
+      fputs(command->help, stdout);
+      return Finish(0);
+    }
+    return Finish(command->run(invocation));
+  }
   if (argc < 2) {
     fputs(kUsage, stderr);
     return kExitUsage;
   }
-  const std::string command = argv[1];
-  if (command == "--help" || command == "-h") {
-    fputs(kUsage, stdout);
-    return 0;
-  }
-  if (command == "--version") {
-    printf("chtool %s\n", CHTOOL_VERSION);
-    return 0;
-  }
-  const auto it = commands.find(command);
-  if (it == commands.end()) {
-    return Fail(kExitUsage, "unknown command '" + command + "' (see chtool --help)");
-  }
-  const int status = it->second(Args(argv + 2, argv + argc));
-  if (fflush(stdout) != 0 || ferror(stdout)) {
-    return Fail(kExitFailure, std::string("write error: ") + strerror(errno));
-  }
-  return status;
+  return Fail(kExitUsage, "unknown command '" + first + "' (see chtool --help)");
 }

@@ -8,23 +8,9 @@ namespace chtool {
 
 namespace {
 
-const char kHalfWidthUsage[] =
-    "usage: chtool halfwidth [FILE...]\n"
-    "Writes UTF-8 text with full-width letters, digits and symbols, the ideographic\n"
-    "space, circled digits 1-9 and dashes turned into ASCII. Other text is kept.\n";
-
-const char kLangUsage[] =
-    "usage: chtool lang [--summary] [FILE...]\n"
-    "For each line prints 'zh+en', 'zh', 'en' or '-' (Chinese characters, English\n"
-    "letters, both or neither), a tab and the line. --summary prints only the counts.\n"
-    "Only the part of a line before its first invalid UTF-8 sequence is searched.\n";
-
-}  // namespace
-
-int HalfWidth(const Args& args) {
-  if (WantsHelp(args, kHalfWidthUsage)) return 0;
+int RunHalfWidth(const Invocation& invocation) {
   std::string half;
-  return ForEachLine(args, [&](std::string& line, bool lineFeed) {
+  return ForEachLine(invocation.operands, [&](std::string& line, bool lineFeed) {
     half.resize(line.size() + 1);
     // fullToHalf stops at a zero byte: convert the pieces between them.
     for (size_t start = 0; start <= line.size();) {
@@ -36,30 +22,20 @@ int HalfWidth(const Args& args) {
       start = end + 1;
     }
     if (lineFeed) fputc('\n', stdout);
+    return true;
   });
 }
 
-int Lang(const Args& args) {
-  if (WantsHelp(args, kLangUsage)) return 0;
-  Args files;
-  bool summary = false;
-  for (const std::string& arg : args) {
-    if (arg == "--summary") {
-      summary = true;
-    } else if (arg.size() > 1 && arg[0] == '-') {
-      return Fail(kExitUsage, "lang: unknown option " + arg);
-    } else {
-      files.push_back(arg);
-    }
-  }
-  long counts[4] = {0, 0, 0, 0};  // neither, English, Chinese, both
+int RunLang(const Invocation& invocation) {
+  const bool summary = invocation.Has("--summary");
+  long counts[4] = {0, 0, 0, 0};  // neither, English only, Chinese only, both
   const char* const kLabels[4] = {"-", "en", "zh", "zh+en"};
   bool outOfMemory = false;
-  int status = ForEachLine(files, [&](std::string& line, bool) {
+  int status = ForEachLine(invocation.operands, [&](std::string& line, bool) {
     // One conversion serves both tests; when the line is not valid UTF-8 it
     // holds the valid start, and both tests look at that.
     USHORT* wszLine = GetUTF16Text(line.c_str(), nullptr);
-    outOfMemory = outOfMemory || wszLine == nullptr;
+    outOfMemory = wszLine == nullptr;
     bool chinese = false;
     for (const USHORT* pwch = wszLine; pwch != nullptr && *pwch != 0 && !chinese; ++pwch) {
       chinese = BelongsToChinese(*pwch, nullptr) == TRUE;
@@ -73,14 +49,50 @@ int Lang(const Args& args) {
       fwrite(line.data(), 1, line.size(), stdout);
       fputc('\n', stdout);
     }
+    return !outOfMemory;
   });
-  if (outOfMemory) status = Fail(kExitFailure, "lang: out of memory");
+  if (outOfMemory) return Fail(kExitFailure, "lang: out of memory");
   if (summary) {
-    printf("lines\t%ld\nchinese\t%ld\nenglish\t%ld\nboth\t%ld\nneither\t%ld\n",
-           counts[0] + counts[1] + counts[2] + counts[3], counts[2] + counts[3],
-           counts[1] + counts[3], counts[3], counts[0]);
+    printf("zh only\t%ld\nen only\t%ld\nzh+en\t%ld\nneither\t%ld\ntotal\t%ld\n", counts[2],
+           counts[1], counts[3], counts[0], counts[0] + counts[1] + counts[2] + counts[3]);
   }
   return status;
 }
+
+}  // namespace
+
+const Command kHalfWidth = {
+    "halfwidth",
+    "usage: chtool halfwidth [FILE...]\n"
+    "Writes the UTF-8 text of the FILEs (or standard input) with these forms turned\n"
+    "into ASCII, line by line:\n"
+    "  full-width ＃＄％＆＊＋－．／０-９＜＝＞＠Ａ-Ｚ＿ａ-ｚ｛｜｝～  to  "
+    "#$%&*+-./0-9<=>@A-Z_a-z{|}~\n"
+    "  the ideographic space U+3000                          to  a space\n"
+    "  the circled digits ①-⑨                               to  1-9\n"
+    "  figure dash U+2012, en dash U+2013, horizontal bar U+2015  to  -\n"
+    "Everything else stays as it is, among it the 14 full-width forms\n"
+    "  ！＂＇（），：；？［＼］＾｀  (U+FF01 U+FF02 U+FF07 U+FF08 U+FF09 U+FF0C U+FF1A\n"
+    "  U+FF1B U+FF1F U+FF3B U+FF3C U+FF3D U+FF3E U+FF40),\n"
+    "everything from U+FF5F on, the em dash U+2014, the hyphens U+2010 and U+2011,\n"
+    "circled numbers from ⑩ on, and CJK punctuation such as 、 and 。.\n"
+    "Malformed input is not checked: a byte from E0 to EF takes the two bytes after\n"
+    "it, whatever they are, as a three-byte sequence, so 'x\\xEF|!y' comes out as\n"
+    "'xAy'. A lead byte with fewer than two bytes left on its line, and every other\n"
+    "byte, zero bytes included, is copied unchanged.\n",
+    {},
+    RunHalfWidth};
+
+const Command kLang = {
+    "lang",
+    "usage: chtool lang [--summary] [FILE...]\n"
+    "For each line prints 'zh' (Chinese characters, U+4E00 to U+9FFF, and no English\n"
+    "letter), 'en' (English letters A-Z a-z, no Chinese character), 'zh+en' (both)\n"
+    "or '-' (neither), a tab and the line. With --summary prints only how many lines\n"
+    "fall in each of these four classes, each line in exactly one, and the total:\n"
+    "  zh only N / en only N / zh+en N / neither N / total N  (one per line, TAB).\n"
+    "Only the part of a line before its first invalid UTF-8 sequence is searched.\n",
+    {{"--summary", nullptr, false}},
+    RunLang};
 
 }  // namespace chtool

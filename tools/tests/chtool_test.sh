@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
-# End-to-end tests of chtool: runs the built tool on the samples and on bad
-# input and checks output and exit status.
-# usage: chtool_test.sh CHTOOL SAMPLES_DIR
+# End-to-end tests of chtool: runs the built tool on the samples, on bad input
+# and on random record files, and checks output, messages and exit status.
+# usage: chtool_test.sh CHTOOL SAMPLES_DIR VERSION
 set -uo pipefail
-tool="$1"
+tool="$(cd "$(dirname "$1")" && pwd)/$(basename "$1")"
 samples="$2"
+version="$3"
+manual="$samples/../docs/chtool.1"
 work="$(mktemp -d)"
 trap 'rm -rf "$work"' EXIT
 passed=0
@@ -20,93 +22,201 @@ check() {  # check NAME EXPECTED ACTUAL
 }
 
 status() { "$@" > /dev/null 2>&1; echo $?; }
+# Standard error and the exit status of a run, standard output dropped.
+errors() { "$@" 2>&1 > /dev/null; echo "exit $?"; }
 
-# Help, version and usage errors.
-check "help" 0 "$(status "$tool" --help)"
-check "version" "chtool $3" "$("$tool" --version)"
-check "no command" 2 "$(status "$tool")"
-check "unknown command" 2 "$(status "$tool" frobnicate)"
+# --- Conventions: options, usage errors, help, version, write errors ---------
+check "version follows the project" "chtool $version" "$("$tool" --version)"
+# Rows: expected status | arguments (split at spaces).
+while IFS='|' read -r expected arguments; do
+  # shellcheck disable=SC2086
+  check "status of chtool $arguments" "$expected" "$(status "$tool" $arguments)"
+done <<'ROWS'
+0|--help
+0|hann --help
+0|hann -h 3
+2|
+2|frobnicate
+2|lang --bogus
+2|cmp -x a b
+2|cmp --text=yes a b
+2|dump --layout
+2|dump samples.bin
+2|dump --layout int,,str x
+2|dump --layout int, x
+2|dump --layout int,float x
+2|pack --layout int a b
+2|hann 1048577
+2|hann -1
+2|hann four
+2|hann 1 2
+ROWS
+check "usage error names the usage" \
+  "$(printf 'chtool: cmp: two files expected\nusage: chtool cmp [-s] [--text] FILE1 FILE2\nexit 2')" \
+  "$(errors "$tool" cmp a)"
+for run in "--help" "--version" "hann --help" "hann 4"; do
+  # shellcheck disable=SC2086
+  check "$run to a full disk" 2 "$("$tool" $run > /dev/full 2> /dev/null; echo $?)"
+done
+check "--opt=value" "$(printf 'en\tab')" "$(printf 'ab' | "$tool" lang -- -)"
+check "-- ends the options" 1 "$(status "$tool" lang -- --summary)"
 for command in halfwidth lang dump pack cmp hann; do
-  check "$command --help" 0 "$(status "$tool" "$command" --help)"
+  check "manual has $command" 1 "$(grep -c "^\.SS $command\$" "$manual")"
 done
 
-# halfwidth: files, standard input, lines of any length.
-check "halfwidth" "API v1.0: 1 2 3 -5~+3" "$(printf 'ＡＰＩ　ｖ１．０: ①　②　③ －５～＋３\n' | "$tool" halfwidth)"
-check "halfwidth keeps other text" "你好，世界！" "$(printf '你好，世界！' | "$tool" halfwidth -)"
+# --- halfwidth -------------------------------------------------------------------
+# Rows: input (printf format) | output (printf format).
+while IFS='|' read -r input output; do
+  check "halfwidth $input" "$(printf "$output")" "$(printf "$input" | "$tool" halfwidth)"
+done <<'ROWS'
+ＡＰＩ　ｖ１．０: ①　②　③ －５～＋３\n|API v1.0: 1 2 3 -5~+3
+！＂＇（），：；？［＼］＾｀|！＂＇（），：；？［＼］＾｀
+x\xef\x7c!y|xAy
+trailing lead \xef\xbc|trailing lead \xef\xbc
+⑩—‐、。｟|⑩—‐、。｟
+ROWS
 long="$(head -c 300000 /dev/zero | tr '\0' 'x')"
 check "halfwidth long line" 300002 "$(printf '%sＸ\n' "$long" | "$tool" halfwidth | wc -c)"
-check "halfwidth sample" 6 "$("$tool" halfwidth "$samples/mixed.txt" | wc -l)"
-check "halfwidth missing file" 1 "$(status "$tool" halfwidth "$work/missing")"
-check "halfwidth directory" 1 "$(status "$tool" halfwidth "$work")"
 check "halfwidth zero bytes, no last line feed" 0 \
   "$(printf 'Ａ\0Ｂ\n\0Ｃ' | "$tool" halfwidth | cmp -s - <(printf 'A\0B\n\0C'); echo $?)"
-check "write error" 1 "$("$tool" hann 4 > /dev/full 2> /dev/null; echo $?)"
+check "halfwidth missing file" 1 "$(status "$tool" halfwidth "$work/missing")"
+check "halfwidth directory" 1 "$(status "$tool" halfwidth "$work")"
+for fact in "U+FF01" "U+FF40" "U+FF5F" "xAy" "whatever they are"; do
+  check "halfwidth help tells $fact" yes "$("$tool" halfwidth --help | grep -q "$fact" && echo yes)"
+done
 
-# lang: per line and in summary.
+# --- lang ------------------------------------------------------------------------
 check "lang" "$(printf 'en\tabc\nzh\t你好\nzh+en\tx你\n-\t１２\nzh\t你\xffa\nen\ta\xff你\n')" \
   "$(printf 'abc\n你好\nx你\n１２\n你\xffa\na\xff你\n' | "$tool" lang)"
-check "lang summary" "$(printf 'lines\t6\nchinese\t4\nenglish\t3\nboth\t1\nneither\t0')" \
-  "$("$tool" lang --summary "$samples/mixed.txt")"
-check "lang bad option" 2 "$(status "$tool" lang --bogus)"
+check "lang summary: each line in one class" \
+  "$(printf 'zh only\t2\nen only\t1\nzh+en\t1\nneither\t1\ntotal\t5')" \
+  "$(printf 'abc\n你好\nx你\n１２\n你\n' | "$tool" lang --summary)"
 
-# pack and dump: the sample record file, the round trip, and bad records.
+# --- cmp -------------------------------------------------------------------------
+printf 'a \r\nb\r\n' > "$work/crlf"
+printf 'a\nb\n' > "$work/lf"
+printf 'a\nc\n' > "$work/lf2"
+printf 'a\n' > "$work/short"
+: > "$work/empty"
+# Rows: arguments (files in $work) | expected standard output and error | status.
+while IFS='|' read -r arguments expected code; do
+  # shellcheck disable=SC2086
+  check "cmp $arguments" "$(printf "${expected}exit %s" "$code")" \
+    "$(cd "$work" && "$tool" cmp $arguments < lf 2>&1; echo "exit $?")"
+done <<'ROWS'
+lf lf||0
+crlf lf|crlf lf differ: byte 2, line 1\n|1
+lf lf2|lf lf2 differ: byte 3, line 2\n|1
+-s lf lf2||1
+--quiet lf lf2||1
+short lf|chtool: cmp: EOF on short after byte 2, line 1\n|1
+empty lf|chtool: cmp: EOF on empty which is empty\n|1
+--text crlf lf||0
+--text lf2 crlf|lf2 crlf differ: line 2\n|1
+--text lf short|chtool: cmp: EOF on short after line 1\n|1
+- lf||0
+crlf -|crlf - differ: byte 2, line 1\n|1
+lf missing|chtool: missing: No such file or directory\n|2
+. lf|chtool: .: is a directory\n|2
+ROWS
+
+# --- hann ------------------------------------------------------------------------
+check "hann 4" "$(printf '0\n0.25\n0.5\n0.25000003')" "$("$tool" hann 4)"
+check "hann 0" "" "$("$tool" hann 0)"
+check "hann largest" "$(printf '0\n1048576')" "$("$tool" hann 1048576 | sed -n '1p;$=')"
+check "hann help names the period" yes "$("$tool" hann --help | grep -q 6.2831852 && echo yes)"
+
+# --- pack and dump ---------------------------------------------------------------
 layout=int,str,wstr,bool
 "$tool" pack --layout "$layout" "$samples/records.txt" > "$work/records.bin"
 check "pack reproduces the sample" 0 "$(status cmp "$work/records.bin" "$samples/records.bin")"
-check "dump round trip" "$(cat "$samples/records.txt")" \
+check "dump the sample" "$(cat "$samples/records.txt")" \
   "$("$tool" dump --layout "$layout" "$samples/records.bin" | cut -f3)"
 check "dump offsets" "$(printf '0\tint\t1\n1\tstr\t你好，世界')" \
-  "$("$tool" dump --layout "$layout" - < "$samples/records.bin" | head -2)"
-head -c 20 "$samples/records.bin" > "$work/truncated.bin"
-check "dump truncated" "chtool: $work/truncated.bin: offset 12: wstr: RESULT_INV_DATA" \
-  "$("$tool" dump --layout "$layout" "$work/truncated.bin" 2>&1 > /dev/null)"
-check "dump truncated status" 1 "$(status "$tool" dump --layout "$layout" "$work/truncated.bin")"
-check "dump without layout" 2 "$(status "$tool" dump "$samples/records.bin")"
-check "dump bad layout" 2 "$(status "$tool" dump --layout int,float "$samples/records.bin")"
-# Hostile records: layout, bytes (printf format), the report.
+  "$("$tool" dump --layout="$layout" - < "$samples/records.bin" | head -2)"
+check "dump empty file" "exit 0" "$(: | errors "$tool" dump --layout int -)"
+# Rows: layout | bytes (printf format) | what dump reports after "offset ".
 while IFS='|' read -r bad_layout bytes report; do
   printf "$bytes" > "$work/bad.bin"
-  check "dump $bad_layout $bytes" "$(printf 'chtool: %s: %s\nexit 1' "$work/bad.bin" "$report")" \
-    "$("$tool" dump --layout "$bad_layout" "$work/bad.bin" 2>&1 > /dev/null; echo "exit $?")"
-done <<'RECORDS'
-int|\x80\x80\x80\x80\x80|offset 0: int: RESULT_INV_DATA
-int|\x05\x80|offset 1: int: RESULT_INV_DATA
-int,bool|\x01|offset 1: bool: RESULT_INV_DATA
-str|\xfe\xff\xff\xff\x07ab|offset 0: str: RESULT_INV_DATA
-str|\xff\xff\xff\xff\x0f|offset 0: str: RESULT_INV_DATA
-wstr|\x03abc|offset 0: wstr: RESULT_INV_DATA
-str|\x02\x00\xd8|offset 0: str: RESULT_INV_DATA
-wstr|\x02a\x00\x02\x00\xdc|offset 3: wstr: RESULT_INV_DATA
-RECORDS
-check "dump empty file" "exit 0" "$(: | "$tool" dump --layout int - 2>&1; echo "exit $?")"
+  check "dump $bad_layout $bytes" "$(printf 'chtool: %s: offset %s\nexit 1' "$work/bad.bin" "$report")" \
+    "$(errors "$tool" dump --layout "$bad_layout" "$work/bad.bin")"
+done <<'ROWS'
+int|\x80\x80\x80\x80\x80|0: int: more than 5 bytes in the 7-bit encoding of an int
+int|\x05\x80|1: int: the file ends inside an int
+int,bool|\x01|1: bool: the file ends where a bool was expected
+str|\xfe\xff\xff\xff\x07ab|0: str: a byte count of 2147483646 but only 2 bytes follow
+str|\xff\xff\xff\xff\x0f|0: str: negative byte count -1 (UTF-16 needs a whole number of 2-byte units)
+wstr|\x03abc|0: wstr: odd byte count 3 (UTF-16 needs a whole number of 2-byte units)
+str|\x02\x00\xd8|0: str: the text is not valid UTF-16 (an unpaired surrogate)
+wstr|\x02a\x00\x02\x00\xdc|3: wstr: the text is not valid UTF-16 (an unpaired surrogate)
+int,str|\x01\x80|1: str: the file ends inside the byte count
+ROWS
 for seed in 1 2 3 4 5 6 7 8; do
   head -c $((seed * 997)) /dev/urandom > "$work/random.bin"
   code="$(status "$tool" dump --layout "$layout" "$work/random.bin")"
   check "dump random bytes ($seed)" yes "$([ "$code" -le 1 ] && echo yes || echo "no: $code")"
 done
-check "pack bad integer" 1 "$(printf '12x\n' | status "$tool" pack --layout int)"
-check "pack out of range" 1 "$(printf '2147483648\n' | status "$tool" pack --layout int)"
-check "pack incomplete record" 1 "$(printf '1\n' | status "$tool" pack --layout int,bool)"
-check "pack bad UTF-8" 1 "$(printf 'a\xff\n' | status "$tool" pack --layout str)"
+# Rows: layout | input (printf format) | what pack reports after "line " (as is).
+while IFS='|' read -r pack_layout input report; do
+  check "pack $pack_layout $input" "$(printf 'chtool: pack: line %s\nexit 1' "$report")" \
+    "$(printf -- "$input" | errors "$tool" pack --layout "$pack_layout")"
+done <<'ROWS'
+int|12x\n|1: '12x' is not a decimal integer
+int|007\n|1: leading zeros are not allowed: '007'
+int|1\n2147483648\n|2: 2147483648 is out of range (-2147483648 to 2147483647)
+int|-\n|1: '-' is not a decimal integer
+int|\n|1: missing int value
+int|0 \\x80\\x01\n|1: the bytes '\x80\x01' are not a 7-bit encoding of 0
+int|0 \\x8\n|1: '\x8' is not a sequence of \xHH bytes
+bool|maybe\n|1: 'maybe' is not a bool (true, false, 1, 0 or \xHH)
+bool|\n|1: missing bool value
+str|a\\q\n|1: unknown escape '\q' (known: \\ \n \r \t \0)
+str|\\x41\n|1: unknown escape '\x' (known: \\ \n \r \t \0)
+str|a\\\n|1: a '\' at the end of the line (write \\ for a backslash)
+str|a\xff\n|1: the text is not valid UTF-8
+int,bool|1\n|2: end of input where a bool value is expected (the last record is incomplete)
+int,bool|0\tint\t1\n0\tbool\ttrue\n|2: offset 0, but the values before it end at 1
+int,bool|0\tint\t1\n1\tint\t2\n|2: a int where the layout has a bool
+ROWS
+check "pack CRLF" "$(printf '0\tint\t7\n1\tstr\ta')" \
+  "$(printf '7\r\na\r\n' | "$tool" pack --layout int,str | "$tool" dump --layout int,str -)"
 check "pack negative" "-2147483648" \
   "$(printf -- '-2147483648\n' | "$tool" pack --layout int | "$tool" dump --layout int - | cut -f3)"
 
-# cmp: equal, different, trouble.
-printf 'a \r\nb\r\n' > "$work/crlf.txt"
-printf 'a\nb\n' > "$work/lf.txt"
-check "cmp equal" 0 "$(status "$tool" cmp "$samples/mixed.txt" "$samples/mixed.txt")"
-check "cmp different" 1 "$(status "$tool" cmp "$work/crlf.txt" "$work/lf.txt")"
-check "cmp --text" 0 "$(status "$tool" cmp --text "$work/crlf.txt" "$work/lf.txt")"
-check "cmp standard input" 0 "$(status "$tool" cmp - "$work/lf.txt" < "$work/lf.txt")"
-check "cmp standard input differs" 1 "$(status "$tool" cmp "$work/crlf.txt" - < "$work/lf.txt")"
-check "cmp missing" 2 "$(status "$tool" cmp "$work/crlf.txt" "$work/missing")"
-check "cmp directory" 2 "$(status "$tool" cmp "$work" "$work/lf.txt")"
-
-# hann: exact floats.
-check "hann 4" "$(printf '0\n0.25\n0.5\n0.25000003')" "$("$tool" hann 4)"
-check "hann 0" "" "$("$tool" hann 0)"
-check "hann negative" 2 "$(status "$tool" hann -1)"
-check "hann text" 2 "$(status "$tool" hann four)"
+# Random record files that dump reads without error: dump | pack must give them
+# back byte for byte. Integers take 1 to 5 bytes (longer than needed too), texts
+# mix ASCII, Chinese, zero units, surrogate pairs and escaped characters, and
+# bools take any byte.
+random_records() {  # random_records SEED RECORDS: printf format of a record file
+  RANDOM=$1
+  local record unit units i
+  for ((record = 0; record < $2; ++record)); do
+    local length=$((RANDOM % 5 + 1))
+    for ((i = 1; i < length; ++i)); do printf '\\x%02x' $((RANDOM % 128 + 128)); done
+    printf '\\x%02x' $((RANDOM % (length == 5 ? 16 : 128)))
+    for _ in str wstr; do
+      units=()
+      for ((i = RANDOM % 6; i > 0; --i)); do
+        case $((RANDOM % 6)) in
+          0) units+=(0) ;;
+          1) units+=($((0x4E00 + RANDOM % 0x5200))) ;;
+          2) units+=(0xD83D 0xDE00) ;;
+          3) units+=($((RANDOM % 2 ? 10 : 92))) ;;
+          *) units+=($((RANDOM % 95 + 32))) ;;
+        esac
+      done
+      printf '\\x%02x' $((${#units[@]} * 2))
+      for unit in "${units[@]}"; do printf '\\x%02x\\x%02x' $((unit & 255)) $((unit >> 8)); done
+    done
+    printf '\\x%02x' $((RANDOM % 256))
+  done
+}
+for seed in $(seq 1 20); do
+  printf "$(random_records "$seed" 30)" > "$work/records-$seed.bin"
+  "$tool" dump --layout "$layout" "$work/records-$seed.bin" > "$work/records-$seed.txt"
+  check "round trip of random records ($seed)" "0 0" "$? $("$tool" pack --layout "$layout" \
+    "$work/records-$seed.txt" | cmp -s - "$work/records-$seed.bin"; echo $?)"
+done
 
 echo "$passed passed, $failed failed"
 [ "$failed" -eq 0 ]
