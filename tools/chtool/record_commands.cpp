@@ -124,13 +124,14 @@ bool Unescape(const std::string& text, std::string& plain, std::string& error) {
       return false;
     }
     const char next = text[++i];
-    const char* kKnown = "\\nrt0";
-    const char* known = strchr(kKnown, next);
-    if (next == '\0' || known == nullptr) {
+    const char kKnown[] = "\\nrt0";
+    const char kPlain[] = {'\\', '\n', '\r', '\t', '\0'};
+    const char* known = next == '\0' ? nullptr : strchr(kKnown, next);
+    if (known == nullptr) {
       error = std::string("unknown escape '\\") + next + "' (known: \\\\ \\n \\r \\t \\0)";
       return false;
     }
-    plain += "\\\n\r\t"[known - kKnown];
+    plain += kPlain[known - kKnown];
   }
   return true;
 }

@@ -63,6 +63,9 @@ check "-- ends the options" 1 "$(status "$tool" lang -- --summary)"
 for command in halfwidth lang dump pack cmp hann; do
   check "manual has $command" 1 "$(grep -c "^\.SS $command\$" "$manual")"
 done
+for fact in "U+FF01" "xAy" "6.2831852" "1048576" "pack: line"; do
+  check "manual tells $fact" yes "$(grep -q "$fact" "$manual" && echo yes)"
+done
 
 # --- halfwidth -------------------------------------------------------------------
 # Rows: input (printf format) | output (printf format).
