@@ -123,6 +123,11 @@ lf missing|chtool: missing: No such file or directory\n|2
 . lf|chtool: .: is a directory\n|2
 ROWS
 
+mkfifo "$work/fifo"
+(sleep 0.2; printf 'a\nc\n' > "$work/fifo") &
+check "cmp a FIFO whose writer comes late" "$(printf 'fifo lf differ: byte 3, line 2\nexit 1')" \
+  "$(cd "$work" && "$tool" cmp fifo lf; echo "exit $?")"
+
 # --- hann ------------------------------------------------------------------------
 check "hann 4" "$(printf '0\n0.25\n0.5\n0.25000003')" "$("$tool" hann 4)"
 check "hann 0" "" "$("$tool" hann 0)"
