@@ -23,6 +23,7 @@ check() {  # check NAME EXPECTED ACTUAL
 
 status() { "$@" > /dev/null 2>&1; echo $?; }
 # Standard error and the exit status of a run, standard output dropped.
+# shellcheck disable=SC2069
 errors() { "$@" 2>&1 > /dev/null; echo "exit $?"; }
 
 # --- Conventions: options, usage errors, help, version, write errors ---------
@@ -68,9 +69,9 @@ for fact in "U+FF01" "xAy" "6.2831852" "1048576" "pack: line"; do
 done
 
 # --- halfwidth -------------------------------------------------------------------
-# Rows: input (printf format) | output (printf format).
+# Rows: input | output (both with printf %b escapes).
 while IFS='|' read -r input output; do
-  check "halfwidth $input" "$(printf "$output")" "$(printf "$input" | "$tool" halfwidth)"
+  check "halfwidth $input" "$(printf '%b' "$output")" "$(printf '%b' "$input" | "$tool" halfwidth)"
 done <<'ROWS'
 ＡＰＩ　ｖ１．０: ①　②　③ －５～＋３\n|API v1.0: 1 2 3 -5~+3
 ！＂＇（），：；？［＼］＾｀|！＂＇（），：；？［＼］＾｀
@@ -143,9 +144,9 @@ check "dump the sample" "$(cat "$samples/records.txt")" \
 check "dump offsets" "$(printf '0\tint\t1\n1\tstr\t你好，世界')" \
   "$("$tool" dump --layout="$layout" - < "$samples/records.bin" | head -2)"
 check "dump empty file" "exit 0" "$(: | errors "$tool" dump --layout int -)"
-# Rows: layout | bytes (printf format) | what dump reports after "offset ".
+# Rows: layout | bytes (printf %b escapes) | what dump reports after "offset ".
 while IFS='|' read -r bad_layout bytes report; do
-  printf "$bytes" > "$work/bad.bin"
+  printf '%b' "$bytes" > "$work/bad.bin"
   check "dump $bad_layout $bytes" "$(printf 'chtool: %s: offset %s\nexit 1' "$work/bad.bin" "$report")" \
     "$(errors "$tool" dump --layout "$bad_layout" "$work/bad.bin")"
 done <<'ROWS'
@@ -164,10 +165,10 @@ for seed in 1 2 3 4 5 6 7 8; do
   code="$(status "$tool" dump --layout "$layout" "$work/random.bin")"
   check "dump random bytes ($seed)" yes "$([ "$code" -le 1 ] && echo yes || echo "no: $code")"
 done
-# Rows: layout | input (printf format) | what pack reports after "line " (as is).
+# Rows: layout | input (printf %b escapes) | what pack reports after "line " (as is).
 while IFS='|' read -r pack_layout input report; do
   check "pack $pack_layout $input" "$(printf 'chtool: pack: line %s\nexit 1' "$report")" \
-    "$(printf -- "$input" | errors "$tool" pack --layout "$pack_layout")"
+    "$(printf '%b' "$input" | errors "$tool" pack --layout "$pack_layout")"
 done <<'ROWS'
 int|12x\n|1: '12x' is not a decimal integer
 int|007\n|1: leading zeros are not allowed: '007'
@@ -195,7 +196,7 @@ check "pack negative" "-2147483648" \
 # back byte for byte. Integers take 1 to 5 bytes (longer than needed too), texts
 # mix ASCII, Chinese, zero units, surrogate pairs and escaped characters, and
 # bools take any byte.
-random_records() {  # random_records SEED RECORDS: printf format of a record file
+random_records() {  # random_records SEED RECORDS: a record file in printf %b escapes
   RANDOM=$1
   local record unit units i
   for ((record = 0; record < $2; ++record)); do
@@ -220,7 +221,7 @@ random_records() {  # random_records SEED RECORDS: printf format of a record fil
   done
 }
 for seed in $(seq 1 20); do
-  printf "$(random_records "$seed" 30)" > "$work/records-$seed.bin"
+  printf '%b' "$(random_records "$seed" 30)" > "$work/records-$seed.bin"
   "$tool" dump --layout "$layout" "$work/records-$seed.bin" > "$work/records-$seed.txt"
   check "round trip of random records ($seed)" "0 0" "$? $("$tool" pack --layout "$layout" \
     "$work/records-$seed.txt" | cmp -s - "$work/records-$seed.bin"; echo $?)"
