@@ -12,7 +12,8 @@
 namespace {
 
 // Normalizes `text` from an exact-size heap copy (so that ASan sees a read
-// past its terminator) into an exact-size heap destination.
+// past its terminator) into an exact-size heap destination, and again in
+// place in a second copy: both must give the same text.
 std::string Normalize(const std::string& text) {
   std::unique_ptr<char[]> in(new char[text.size() + 1]);
   memcpy(in.get(), text.c_str(), text.size() + 1);
@@ -20,6 +21,8 @@ std::string Normalize(const std::string& text) {
   RResult result = RESULT_ANY_ERROR;
   fullToHalf(in.get(), out.get(), &result);
   EXPECT_EQ(result, RESULT_SUCCEEDED);
+  fullToHalf(in.get(), in.get(), &result);
+  EXPECT_STREQ(in.get(), out.get()) << "in place";
   return out.get();
 }
 

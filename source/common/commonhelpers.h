@@ -237,7 +237,10 @@ COMMONHELPERS_API BOOL EndsWith(const char* str1, const char* str2);
 // the ideographic space, the circled digits 1 to 9 and the figure dash, en
 // dash, horizontal bar and full-width hyphen-minus replaced by their ASCII
 // bytes; everything else is copied unchanged. `sHalfStr` needs room for
-// strlen(sFullStr) + 1 bytes. Always RESULT_SUCCEEDED.
+// strlen(sFullStr) + 1 bytes; it may be `sFullStr` itself (the output never
+// runs ahead of the input), but no other overlap is allowed. Neither text
+// pointer may be null (not checked); a null `presult` is accepted. Always
+// RESULT_SUCCEEDED.
 COMMONHELPERS_API void fullToHalf(const char* sFullStr, char* sHalfStr, RResult* presult);
 
 // ---------------------------------------------------------------------------

@@ -137,8 +137,9 @@ size_t CopyUnchangedBlocks(const uint8_t* in, size_t n, size_t& i, uint8_t* out,
     o += 16;
   }
   // The bytes up to the next unit (a tail, or the units before a character
-  // that may change) are copied as they are.
-  memcpy(out + o, in + i, cbAsIs);
+  // that may change) are copied as they are; in place, the two ranges
+  // overlap.
+  memmove(out + o, in + i, cbAsIs);
   i += cbAsIs;
   o += cbAsIs;
   return cbExact;
