@@ -29,11 +29,11 @@
 #include <commonhelpers/commonhelpers.h>
 #include <commonhelpers/stringconverter.h>
 #include "internal/fatal_check.h"
-#include "internal/sizes.h"
+#include "internal/tripled_buffer.h"
 
 namespace {
 
-using commonhelpers_internal::kMaxTripledLength;
+using commonhelpers_internal::ConvertIntoTripledBuffer;
 
 constexpr int kMaxIntegerBytes = 5;
 
@@ -109,17 +109,9 @@ char* GetBinString(FILE* pfile, RResult* presult) {
   if (result == RESULT_SUCCEEDED) {
     // Only the units before the first zero unit are converted.
     const int nLength = WcsLen(wszText, &result);
-    if (result == RESULT_SUCCEEDED && static_cast<size_t>(nLength) > kMaxTripledLength) {
-      result = RESULT_OUT_OF_MEMORY;
-    }
     if (result == RESULT_SUCCEEDED) {
-      const size_t cbText = static_cast<size_t>(nLength) * 3 + 3;
-      szText = static_cast<char*>(calloc(cbText, 1));
-      if (szText == nullptr) {
-        result = RESULT_OUT_OF_MEMORY;
-      } else {
-        ConvertUtfString(wszText, UTF_16, szText, static_cast<int>(cbText), UTF_8, &result);
-      }
+      szText = static_cast<char*>(
+          ConvertIntoTripledBuffer(wszText, UTF_16, static_cast<size_t>(nLength), UTF_8, &result));
     }
   }
   free(wszText);

@@ -6,36 +6,46 @@
 
 #include <commonhelpers/commonhelpers.h>
 #include <commonhelpers/stringconverter.h>
-#include "internal/sizes.h"
+#include "internal/tripled_buffer.h"
 
 namespace {
 
+using commonhelpers_internal::ConvertIntoTripledBuffer;
 using commonhelpers_internal::kMaxTripledLength;
 
 constexpr int kLineBufferSize = 2048;
 
 }  // namespace
 
+void* commonhelpers_internal::ConvertIntoTripledBuffer(const void* pvSource, UtfType srcType,
+                                                       size_t cnSource, UtfType dstType,
+                                                       RResult* presult) {
+  RResult result = RESULT_SUCCEEDED;
+  void* pvBuffer = nullptr;
+  if (cnSource > kMaxTripledLength) {
+    result = RESULT_OUT_OF_MEMORY;
+  }
+  if (result == RESULT_SUCCEEDED) {
+    const size_t cnUnits = cnSource * 3 + 3;
+    pvBuffer = calloc(cnUnits, dstType == UTF_16 ? sizeof(USHORT) : 1);
+    if (pvBuffer == nullptr) {
+      result = RESULT_OUT_OF_MEMORY;
+    } else {
+      ConvertUtfString(pvSource, srcType, pvBuffer, static_cast<int>(cnUnits), dstType, &result);
+    }
+  }
+  PassBackResult(result, presult);
+  return pvBuffer;
+}
+
 USHORT* GetUTF16Text(const char* szInput, RResult* presult) {
   RResult result = RESULT_SUCCEEDED;
   USHORT* wszText = nullptr;
-  size_t cnInput = 0;
   if (szInput == nullptr) {
     result = RESULT_INV_ARGUMENT;
   } else {
-    cnInput = strlen(szInput);
-    if (cnInput > kMaxTripledLength) {
-      result = RESULT_OUT_OF_MEMORY;
-    }
-  }
-  if (result == RESULT_SUCCEEDED) {
-    const size_t cnUnits = cnInput * 3 + 3;
-    wszText = static_cast<USHORT*>(calloc(cnUnits, sizeof(USHORT)));
-    if (wszText == nullptr) {
-      result = RESULT_OUT_OF_MEMORY;
-    } else {
-      ConvertUtfString(szInput, UTF_8, wszText, static_cast<int>(cnUnits), UTF_16, &result);
-    }
+    wszText = static_cast<USHORT*>(
+        ConvertIntoTripledBuffer(szInput, UTF_8, strlen(szInput), UTF_16, &result));
   }
   PassBackResult(result, presult);
   return wszText;
@@ -53,14 +63,13 @@ void GetUtf8TextFromUtf16(USHORT* wszText, int position, char* szText, RResult* 
   const size_t cnUnits = static_cast<size_t>(position);
   if (result == RESULT_SUCCEEDED) {
     wszTemp = static_cast<USHORT*>(calloc(cnUnits + 1, sizeof(USHORT)));
-    szTemp = static_cast<char*>(calloc(cnUnits * 3 + 3, 1));
-    if (wszTemp == nullptr || szTemp == nullptr) {
+    if (wszTemp == nullptr) {
       result = RESULT_OUT_OF_MEMORY;
     }
   }
   if (result == RESULT_SUCCEEDED) {
     memcpy(wszTemp, wszText, cnUnits * sizeof(USHORT));
-    ConvertUtfString(wszTemp, UTF_16, szTemp, static_cast<int>(cnUnits * 3 + 3), UTF_8, &result);
+    szTemp = static_cast<char*>(ConvertIntoTripledBuffer(wszTemp, UTF_16, cnUnits, UTF_8, &result));
   }
   if (result == RESULT_SUCCEEDED) {
     memcpy(szText, szTemp, strlen(szTemp) + 1);

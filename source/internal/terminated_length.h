@@ -1,0 +1,29 @@
+// terminated_length.h (internal): the one length scan of the library's
+// zero-terminated texts, whatever their unit.
+#ifndef COMMONHELPERS_TERMINATED_LENGTH_H_
+#define COMMONHELPERS_TERMINATED_LENGTH_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace commonhelpers_internal {
+
+// The number of units before the first zero unit of `text`.
+template <typename Unit>
+size_t TerminatedLength(const Unit* text) {
+  const Unit* p = text;
+  while (*p != 0) {
+    ++p;
+  }
+  return static_cast<size_t>(p - text);
+}
+
+template <>
+inline size_t TerminatedLength(const uint8_t* text) {
+  return strlen(reinterpret_cast<const char*>(text));
+}
+
+}  // namespace commonhelpers_internal
+
+#endif  // COMMONHELPERS_TERMINATED_LENGTH_H_
