@@ -6,16 +6,11 @@
 #include <cstring>
 
 #include <commonhelpers/commonhelpers.h>
+#include "internal/terminated_length.h"
 
 namespace {
 
-size_t UnitCount(const USHORT* wsz) {
-  const USHORT* p = wsz;
-  while (*p != 0) {
-    ++p;
-  }
-  return static_cast<size_t>(p - wsz);
-}
+using commonhelpers_internal::TerminatedLength;
 
 // Allocates room for `cnUnits` units plus a terminator, or null when that
 // would not fit the int capacities that callers use with the result.
@@ -34,7 +29,7 @@ int WcsLen(const USHORT* wszStr, RResult* presult) {
   if (wszStr == nullptr) {
     result = RESULT_INV_ARGUMENT;
   } else {
-    const size_t cnUnits = UnitCount(wszStr);
+    const size_t cnUnits = TerminatedLength(wszStr);
     // A length that an int cannot hold is reported like any other size the
     // library cannot represent.
     if (cnUnits > static_cast<size_t>(INT_MAX)) {
@@ -54,7 +49,7 @@ void WcsCpy(USHORT* wszDest, int cnwchDest, const USHORT* wszSource, RResult* pr
   }
   size_t cnUnits = 0;
   if (result == RESULT_SUCCEEDED) {
-    cnUnits = UnitCount(wszSource);
+    cnUnits = TerminatedLength(wszSource);
     if (cnUnits >= static_cast<size_t>(cnwchDest)) {
       result = RESULT_INV_DATA;
     }
@@ -72,8 +67,8 @@ USHORT* WcsCatch(USHORT* wszSrc, const USHORT* wszTgt, RResult* presult) {
     result = RESULT_INV_ARGUMENT;
   }
   if (result == RESULT_SUCCEEDED) {
-    const size_t cnSrc = wszSrc != nullptr ? UnitCount(wszSrc) : 0;
-    const size_t cnTgt = UnitCount(wszTgt);
+    const size_t cnSrc = wszSrc != nullptr ? TerminatedLength(wszSrc) : 0;
+    const size_t cnTgt = TerminatedLength(wszTgt);
     wszDest = AllocateWide(cnSrc + cnTgt);
     if (wszDest == nullptr) {
       result = RESULT_OUT_OF_MEMORY;
@@ -117,7 +112,7 @@ USHORT* CopyWString(const USHORT* wszSrc, RResult* presult) {
     result = RESULT_INV_ARGUMENT;
   }
   if (result == RESULT_SUCCEEDED) {
-    const size_t cnUnits = UnitCount(wszSrc);
+    const size_t cnUnits = TerminatedLength(wszSrc);
     wszDest = AllocateWide(cnUnits);
     if (wszDest == nullptr) {
       result = RESULT_OUT_OF_MEMORY;

@@ -1,6 +1,7 @@
 // Wide-string tokenizer and cleanup: in place, no allocation.
 #include <commonhelpers/commonhelpers.h>
 #include "internal/fatal_check.h"
+#include "internal/terminated_length.h"
 
 namespace {
 
@@ -51,10 +52,7 @@ USHORT* WcsTok(USHORT* wszText, const USHORT* wszDelimiter, USHORT** ppwchNextTe
 
 void ChopWStringEnd(USHORT* wszText) {
   CH_FATAL_CHECK(wszText != NULL);
-  USHORT* pwchEnd = wszText;
-  while (*pwchEnd != 0) {
-    ++pwchEnd;
-  }
+  USHORT* pwchEnd = wszText + commonhelpers_internal::TerminatedLength(wszText);
   while (pwchEnd != wszText && IsLineEnd(pwchEnd[-1])) {
     *--pwchEnd = 0;
   }

@@ -26,29 +26,19 @@
 #include <cstdint>
 #include <cstring>
 
+#include "internal/terminated_length.h"
+
 #ifdef __SSE2__
 #include <emmintrin.h>
 #endif
 
 namespace {
 
+using commonhelpers_internal::TerminatedLength;
+
 constexpr uint32_t kMalformed = 0xFFFFFFFF;
 
 bool IsContinuation(uint8_t b) { return (b & 0xC0) == 0x80; }
-
-template <typename Unit>
-size_t UnitLength(const Unit* src) {
-  const Unit* p = src;
-  while (*p != 0) {
-    ++p;
-  }
-  return static_cast<size_t>(p - src);
-}
-
-template <>
-size_t UnitLength(const uint8_t* src) {
-  return strlen(reinterpret_cast<const char*>(src));
-}
 
 // Decoders: the code point that starts at src[i], with i moved past it, or
 // kMalformed (i unspecified). `n` is the number of units before the
@@ -395,7 +385,7 @@ void CopyThreeByteRun(const uint16_t* src, size_t n, size_t& i, uint8_t* dst, si
 
 template <typename Src, typename Dst>
 RResult Convert(const Src* src, Dst* dst, size_t cap) {
-  const size_t n = UnitLength(src);
+  const size_t n = TerminatedLength(src);
   size_t i = 0;
   size_t o = 0;
   RResult result = RESULT_SUCCEEDED;
@@ -415,18 +405,23 @@ RResult Convert(const Src* src, Dst* dst, size_t cap) {
   return result;
 }
 
-bool IsKnownType(UtfType type) { return type == UTF_8 || type == UTF_16 || type == UTF_32; }
-
+// RESULT_INV_ARGUMENT, with nothing written, for a type outside the
+// enumeration.
 template <typename Src>
 RResult ConvertFrom(const Src* src, void* dst, size_t cap, UtfType dstType) {
+  RResult result = RESULT_INV_ARGUMENT;
   switch (dstType) {
     case UTF_8:
-      return Convert(src, static_cast<uint8_t*>(dst), cap);
+      result = Convert(src, static_cast<uint8_t*>(dst), cap);
+      break;
     case UTF_16:
-      return Convert(src, static_cast<uint16_t*>(dst), cap);
-    default:
-      return Convert(src, static_cast<uint32_t*>(dst), cap);
+      result = Convert(src, static_cast<uint16_t*>(dst), cap);
+      break;
+    case UTF_32:
+      result = Convert(src, static_cast<uint32_t*>(dst), cap);
+      break;
   }
+  return result;
 }
 
 }  // namespace
@@ -434,13 +429,13 @@ RResult ConvertFrom(const Src* src, void* dst, size_t cap, UtfType dstType) {
 void ConvertUtfString(const void* src, UtfType srcType, void* dst, int dstSize, UtfType dstType,
                       RResult* presult) {
   RResult result = RESULT_SUCCEEDED;
-  if (src == nullptr || dst == nullptr || dstSize < 1 || !IsKnownType(srcType) ||
-      !IsKnownType(dstType)) {
+  if (src == nullptr || dst == nullptr || dstSize < 1) {
     result = RESULT_INV_ARGUMENT;
   }
   if (result == RESULT_SUCCEEDED) {
     // One unit of the destination is always kept for the terminator.
     const size_t cap = static_cast<size_t>(dstSize) - 1;
+    result = RESULT_INV_ARGUMENT;  // unless srcType is one of the enumeration
     switch (srcType) {
       case UTF_8:
         result = ConvertFrom(static_cast<const uint8_t*>(src), dst, cap, dstType);
@@ -448,7 +443,7 @@ void ConvertUtfString(const void* src, UtfType srcType, void* dst, int dstSize, 
       case UTF_16:
         result = ConvertFrom(static_cast<const uint16_t*>(src), dst, cap, dstType);
         break;
-      default:
+      case UTF_32:
         result = ConvertFrom(static_cast<const uint32_t*>(src), dst, cap, dstType);
         break;
     }
