@@ -5,10 +5,17 @@
 // not write the same buffers.
 //
 // Reporting. A function that can fail takes a trailing `RResult* presult`,
-// which may be null. Exactly one code is stored there on every return (the
-// variable is overwritten, also with RESULT_SUCCEEDED); the return value
-// carries the actual result. Functions without that parameter report through
-// their return value alone.
+// which may always be null. Exactly one code is stored there on every return
+// (the variable is overwritten, also with RESULT_SUCCEEDED), except by
+// ValidEnglishWord, ContainsEnglish and ContainsChinese, which never write
+// through it. Each function's comment lists the codes it can pass back.
+// Functions without that parameter report through their return value alone.
+//
+// Null arguments. Each pointer argument follows one of five policies, named
+// in the function's comment and listed function by function in docs/api.md:
+// RESULT_INV_ARGUMENT; a FALSE, null or default answer; a fatal check that
+// prints the failed condition and aborts; a precondition that is not
+// checked; or ordinary input (null counts as an empty text).
 //
 // Ownership. A buffer returned by a function comes from `malloc`/`calloc`
 // and the caller releases it with `free`, also when a failure code comes
@@ -75,7 +82,8 @@ COMMONHELPERS_API void PassBackResult(RResult result, RResult* presult);
 // WcsLen()
 //
 // Returns the number of units before the terminator. A null `wszStr` returns
-// -1 with RESULT_INV_ARGUMENT.
+// -1 with RESULT_INV_ARGUMENT; a text longer than INT_MAX units returns -1
+// with RESULT_OUT_OF_MEMORY.
 COMMONHELPERS_API int WcsLen(const USHORT* wszStr, RResult* presult);
 
 // WcsCpy()
@@ -135,7 +143,8 @@ COMMONHELPERS_API void ChopWStringEnd(USHORT* wszText);
 // TextIsEmpty()
 //
 // TRUE when every unit is blank (tab, LF, CR, space, U+3000) or there is
-// none. A null text is a fatal error ("wszText != NULL").
+// none. Always RESULT_SUCCEEDED. A null text is a fatal error
+// ("wszText != NULL").
 COMMONHELPERS_API BOOL TextIsEmpty(USHORT* wszText, RResult* presult);
 
 // ---------------------------------------------------------------------------
@@ -153,8 +162,9 @@ COMMONHELPERS_API USHORT** WStringSetConstruct(int cnString, int nStringLength, 
 
 // WStringSetDestruct()
 //
-// Frees the non-null entries among the first `cnString`, then the array. A
-// null set or a count below 1 frees nothing and gives RESULT_INV_ARGUMENT.
+// Frees the non-null entries among the first `cnString`, then the array, with
+// RESULT_SUCCEEDED. A null set or a count below 1 frees nothing and gives
+// RESULT_INV_ARGUMENT.
 COMMONHELPERS_API void WStringSetDestruct(USHORT** rgwszKeys, int cnString, RResult* presult);
 
 // ---------------------------------------------------------------------------
@@ -259,8 +269,12 @@ COMMONHELPERS_API USHORT* GetUTF16Text(const char* szInput, RResult* presult);
 //
 // Writes the UTF-8 form of the first `position` units of `wszText` (fewer if
 // a zero unit comes first) into `szText`, which needs 3 * (position + 1)
-// bytes. `szText` is written only on success. RESULT_INV_ARGUMENT for a null
-// pointer or a negative position.
+// bytes. `szText` is written only on RESULT_SUCCEEDED. RESULT_INV_ARGUMENT for
+// a null `wszText` or `szText` or a negative position; RESULT_OUT_OF_MEMORY
+// when the working buffers can't be allocated or `position` exceeds
+// 715,827,881; RESULT_INV_DATA when the units are not well-formed UTF-16 (a
+// surrogate outside a pair). Allocates only working buffers, freed on every
+// path.
 COMMONHELPERS_API void GetUtf8TextFromUtf16(USHORT* wszText, int position, char* szText,
                                             RResult* presult);
 
@@ -268,8 +282,10 @@ COMMONHELPERS_API void GetUtf8TextFromUtf16(USHORT* wszText, int position, char*
 //
 // Reads the next line of `pfile` (at most 2,047 bytes, line end kept) and
 // stores it in `pwchLine`, a buffer of `nBlockSize` units. Returns TRUE when a
-// line was read, whatever the conversion's code; FALSE with RESULT_SUCCEEDED
-// at the end of the file; FALSE with RESULT_INV_ARGUMENT for bad arguments.
+// line was read, with the conversion's code (RESULT_INV_DATA for malformed
+// UTF-8 or a line that doesn't fit, the longest whole prefix stored); FALSE
+// with RESULT_SUCCEEDED at the end of the file or on a read error; FALSE with
+// RESULT_INV_ARGUMENT for a null `pfile` or `pwchLine` or `nBlockSize` < 1.
 COMMONHELPERS_API BOOL ReadUtf8Line(FILE* pfile, USHORT* pwchLine, int nBlockSize,
                                     RResult* presult);
 
@@ -325,7 +341,10 @@ COMMONHELPERS_API BOOL ReadBinBool(FILE* pfile, RResult* presult);
 // Both open and close the two files themselves, on every path, and stream
 // through fixed buffers whatever the files' sizes. FALSE also stands for a
 // file that can't be opened: the caller can't tell that from a difference.
-// A FIFO without a writer reads as an empty file rather than blocking.
+// The files are opened with fopen(), so a FIFO waits for its writer, as it
+// does for cmp. The answer comes as soon as the first differing line or
+// block has been read. Stack use stays within a few KiB. Null paths are a
+// precondition that is not checked.
 
 // CompareTextFiles()
 //
@@ -370,7 +389,7 @@ COMMONHELPERS_API BOOL BelongsToNumber(USHORT wch, RResult* presult);
 // ValidEnglishWord()
 //
 // TRUE when every byte of `szText` is an English letter ("" included).
-// `szText` must not be null. Never writes through `presult`.
+// `szText` must not be null (not checked). Never writes through `presult`.
 COMMONHELPERS_API BOOL ValidEnglishWord(const char* szText, RResult* presult);
 
 // ContainsEnglish()

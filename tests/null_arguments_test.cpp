@@ -1,0 +1,145 @@
+// docs/api.md's table of null-argument policies against the library: every
+// row whose policy can be observed is called with that argument null, and
+// every function of the public headers must have a row.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <string>
+
+#include <commonhelpers/commonhelpers.h>
+#include <commonhelpers/stringconverter.h>
+
+namespace {
+
+struct Observed {
+  bool answered;  // a non-zero, non-null answer
+  RResult code;
+};
+
+bool Answered(long value) { return value != 0; }
+template <typename T>
+bool Answered(T* p) {
+  const bool answered = p != nullptr;
+  free(p);
+  return answered;
+}
+
+// `expr` may use `r` for its result and `t` (a wide "a b"), `d` (a wide " ")
+// and `buf` as scratch.
+#define CALL(expr)                                             \
+  [] {                                                         \
+    RResult r = RESULT_SUCCEEDED;                              \
+    USHORT t[] = {'a', ' ', 'b', 0}, d[] = {' ', 0}, *cur = t; \
+    char buf[16] = "a";                                        \
+    (void)t, (void)d, (void)cur, (void)buf;                    \
+    const bool answered = Answered(expr);                      \
+    return Observed{answered, r};                              \
+  }
+
+FILE* Stream() { return fmemopen(const_cast<char*>("a\n"), 2, "r"); }
+
+const std::map<std::string, std::function<Observed()>>& Calls() {
+  static const std::map<std::string, std::function<Observed()>> calls = {
+      {"WcsLen/wszStr", CALL(WcsLen(nullptr, &r))},
+      {"WcsCpy/wszDest", CALL((WcsCpy(nullptr, 4, t, &r), 0))},
+      {"WcsCpy/wszSource", CALL((WcsCpy(t, 4, nullptr, &r), 0))},
+      {"WcsCatch/wszSrc", CALL(WcsCatch(nullptr, t, &r))},
+      {"WcsCatch/wszTgt", CALL(WcsCatch(nullptr, nullptr, &r))},
+      {"WcsNCmp/wszStr1", CALL(WcsNCmp(nullptr, t, 1, &r))},
+      {"WcsNCmp/wszStr2", CALL(WcsNCmp(t, nullptr, 1, &r))},
+      {"CopyWString/wszSrc", CALL(CopyWString(nullptr, &r))},
+      {"WcsTok/wszText", CALL(WcsTok(nullptr, d, &cur, &r) == t)},
+      {"WcsTok/wszDelimiter", CALL(WcsTok(t, nullptr, &cur, &r))},
+      {"WcsTok/ppwchNextText", CALL(WcsTok(t, d, nullptr, &r))},
+      {"ChopWStringEnd/wszText", CALL((ChopWStringEnd(nullptr), 0))},
+      {"TextIsEmpty/wszText", CALL(TextIsEmpty(nullptr, &r))},
+      {"WStringSetDestruct/rgwszKeys", CALL((WStringSetDestruct(nullptr, 1, &r), 0))},
+      {"CopyString/szSrc", CALL(CopyString(nullptr, &r))},
+      {"CatchString/szSrc", CALL(CatchString(nullptr, "a", &r))},
+      {"CatchString/szTgt", CALL(CatchString(buf, nullptr, &r))},  // nothing is freed on failure
+      {"ChopStringStart/szText", CALL((ChopStringStart(nullptr), 0))},
+      {"ChopStringEnd/szText", CALL((ChopStringEnd(nullptr), 0))},
+      {"ChopString/szText", CALL((ChopString(nullptr), 0))},
+      {"IsEmpty/szText", CALL(IsEmpty(nullptr))},
+      {"IsStringSpace/szText", CALL(IsStringSpace(nullptr))},
+      {"IsValidInteger/szText", CALL(IsValidInteger(nullptr))},
+      {"StartsWith/str1", CALL(StartsWith(nullptr, ""))},
+      {"StartsWith/str2", CALL(StartsWith("a", nullptr))},
+      {"EndsWith/str1", CALL(EndsWith(nullptr, ""))},
+      {"EndsWith/str2", CALL(EndsWith("a", nullptr))},
+      {"GetUTF16Text/szInput", CALL(GetUTF16Text(nullptr, &r))},
+      {"GetUtf8TextFromUtf16/wszText", CALL((GetUtf8TextFromUtf16(nullptr, 0, buf, &r), 0))},
+      {"GetUtf8TextFromUtf16/szText", CALL((GetUtf8TextFromUtf16(t, 1, nullptr, &r), 0))},
+      {"ReadUtf8Line/pfile", CALL(ReadUtf8Line(nullptr, t, 4, &r))},
+      {"ReadUtf8Line/pwchLine", [] {
+         RResult r = RESULT_SUCCEEDED;
+         FILE* file = Stream();
+         const BOOL read = ReadUtf8Line(file, nullptr, 4, &r);
+         fclose(file);
+         return Observed{read != FALSE, r};
+       }},
+      {"Read7BitEncodedInt/pfile", CALL(Read7BitEncodedInt(nullptr, &r))},
+      {"GetBinWideString/pfile", CALL(GetBinWideString(nullptr, &r))},
+      {"GetBinString/pfile", CALL(GetBinString(nullptr, &r))},
+      {"ReadBinBool/pfile", CALL(ReadBinBool(nullptr, &r))},
+      {"ContainsEnglish/wszText", CALL(ContainsEnglish(nullptr, &r))},
+      {"ContainsChinese/szText", CALL(ContainsChinese(nullptr, &r))},
+      {"IsSameChar/szText", CALL(IsSameChar(nullptr, 'a', 1))},
+      {"ConvertUtfString/src", CALL((ConvertUtfString(nullptr, UTF_8, t, 4, UTF_16, &r), 0))},
+      {"ConvertUtfString/dst", CALL((ConvertUtfString("a", UTF_8, nullptr, 4, UTF_16, &r), 0))},
+  };
+  return calls;
+}
+
+std::string Read(const std::string& path) {
+  std::ifstream file(path);
+  std::stringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+TEST(NullArguments, BehaveAsTheTableOfPoliciesSays) {
+  const std::string table = Read(COMMONHELPERS_SOURCE_DIR "/docs/api.md");
+  const std::regex row(R"(\| `(\w+)` \| (?:`(\w+)`|—) \| (?:`(\w+)`|—) \|)");
+  std::set<std::string> functions, called;
+  for (std::sregex_iterator it(table.begin(), table.end(), row), end; it != end; ++it) {
+    const std::string function = (*it)[1], policy = (*it)[3];
+    const std::string key = function + "/" + (*it)[2].str();
+    SCOPED_TRACE(key);
+    functions.insert(function);
+    const auto call = Calls().find(key);
+    if (policy.empty() || policy == "unchecked") {
+      EXPECT_EQ(call, Calls().end()) << "a row that can't be called has a call";
+      continue;
+    }
+    ASSERT_NE(call, Calls().end()) << "no call for this row";
+    called.insert(key);
+    if (policy == "fatal") {
+      EXPECT_DEATH(call->second(), "!= NULL");
+      continue;
+    }
+    const Observed observed = call->second();
+    const std::string seen = observed.code == RESULT_INV_ARGUMENT ? "RESULT_INV_ARGUMENT"
+                             : observed.answered                  ? "ordinary"
+                                                                  : "default";
+    EXPECT_EQ(seen, policy);
+  }
+  EXPECT_EQ(called.size(), Calls().size()) << "a call without a row";
+
+  const std::regex declaration(R"(\nCOMMONHELPERS_API [^(;]*?\b(\w+)\()");
+  for (const char* header :
+       {"/source/common/commonhelpers.h", "/source/string/stringconverter.h"}) {
+    const std::string text = Read(std::string(COMMONHELPERS_SOURCE_DIR) + header);
+    for (std::sregex_iterator it(text.begin(), text.end(), declaration), end; it != end; ++it) {
+      EXPECT_EQ(functions.count((*it)[1]), 1u) << (*it)[1] << " has no row";
+    }
+  }
+}
+
+}  // namespace
