@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "chtool/seven_bit.h"
 #include "corpus.h"
 
 namespace {
@@ -13,14 +14,6 @@ using bench::TextKind;
 size_t RecordCount() { return bench::QuickMode() ? 10000 : 1000000; }
 size_t BinFileSize() { return bench::QuickMode() ? (1 << 20) : (size_t{256} << 20); }
 size_t TextFileSize() { return bench::QuickMode() ? (1 << 20) : (size_t{64} << 20); }
-
-void Write7BitEncodedInt(FILE* pfile, uint32_t value) {
-  while (value >= 0x80) {
-    fputc(static_cast<int>(0x80 | (value & 0x7F)), pfile);
-    value >>= 7;
-  }
-  fputc(static_cast<int>(value), pfile);
-}
 
 // Records of a 7-bit-encoded number and a length-prefixed string of 4 to 40
 // units of mixed text.
@@ -34,8 +27,10 @@ const std::string& RecordFile() {
     for (size_t k = 0; k < RecordCount(); ++k) {
       const size_t cnUnits = 4 + k % 37;
       if (start + cnUnits >= text.size() - 1) start = 0;
-      Write7BitEncodedInt(pfile, static_cast<uint32_t>(k));
-      Write7BitEncodedInt(pfile, static_cast<uint32_t>(cnUnits * 2));
+      std::string prefix;
+      chtool::Write7BitEncodedInt(prefix, static_cast<int32_t>(k));
+      chtool::Write7BitEncodedInt(prefix, static_cast<int32_t>(cnUnits * 2));
+      fwrite(prefix.data(), 1, prefix.size(), pfile);
       fwrite(text.data() + start, sizeof(USHORT), cnUnits, pfile);
       start += cnUnits;
     }
