@@ -106,7 +106,8 @@ TEST_F(FileCompareTest, FifoWaitsForItsWriterAndAnswersAtTheFirstDifferingLine) 
     std::future<void> answer = answered.get_future();
     std::future<bool> writer = std::async(std::launch::async, [&] {
       std::this_thread::sleep_for(std::chrono::milliseconds(20));
-      FILE* file = fopen(fifo.c_str(), "w");
+      // Read-write: the open never waits, even after a reader has given up.
+      FILE* file = fopen(fifo.c_str(), "r+");
       fputs("a\n", file);
       fflush(file);
       // Holds the pipe open after a first line that differs.
