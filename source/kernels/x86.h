@@ -1,0 +1,23 @@
+// x86.h (internal): the x86-64 kernel levels. Each level's file defines its
+// table; a level without a kernel of its own for a routine names the
+// narrower level's, declared here.
+#ifndef COMMONHELPERS_KERNELS_X86_H_
+#define COMMONHELPERS_KERNELS_X86_H_
+
+#include "internal/simd.h"
+
+namespace commonhelpers_internal {
+
+void Sse2ThreeByteRun8To16(const uint8_t* src, size_t n, size_t& i, uint16_t* dst, size_t cap,
+                           size_t& o);
+void Sse2ThreeByteRun16To8(const uint16_t* src, size_t n, size_t& i, uint8_t* dst, size_t cap,
+                           size_t& o);
+size_t Sse2FullWidthBlocks(const uint8_t* in, size_t n, size_t& i, uint8_t* out, size_t& o);
+
+extern const Kernels kSse2Kernels;
+extern const Kernels kAvx2Kernels;
+extern const Kernels kAvx512Kernels;
+
+}  // namespace commonhelpers_internal
+
+#endif  // COMMONHELPERS_KERNELS_X86_H_
