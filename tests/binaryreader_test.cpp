@@ -2,11 +2,14 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <string>
 
 #include <commonhelpers/commonhelpers.h>
 #include "support/alloc_failure.h"
 #include "support/memory_stream.h"
+#include "support/temp_dir.h"
+#include "support/wide.h"
 
 namespace {
 
@@ -121,6 +124,102 @@ TEST(ReadBinBool, ReturnsTheByteAsASignedValue) {
   RResult result = OK;
   EXPECT_EQ(ReadBinBool(nullptr, &result), FALSE);
   EXPECT_EQ(result, RESULT_INV_ARGUMENT);
+}
+
+using RecordStreamTest = TempDirTest;
+
+// A directory, a write-only file and an empty FIFO open fine but yield no
+// byte: every reader reports a failed read (the line reader: the end).
+TEST_F(RecordStreamTest, ReadersOnStreamsThatYieldNothing) {
+  const std::string written = dir_ + "/written";
+  const std::function<FILE*()> streams[] = {
+      [&] { return fopen(dir_.c_str(), "rb"); },
+      [&] { return fopen(written.c_str(), "wb"); },
+      [&] { return Fifo(""); },
+  };
+  for (const auto& open : streams) {
+    for (int reader = 0; reader < 5; ++reader) {
+      SCOPED_TRACE("reader " + std::to_string(reader));
+      FILE* file = open();
+      ASSERT_NE(file, nullptr);
+      RResult result = RESULT_ANY_ERROR;
+      USHORT line[8] = {0x5A5A, 0};
+      switch (reader) {
+        case 0:
+          EXPECT_EQ(Read7BitEncodedInt(file, &result), -1);
+          break;
+        case 1:
+          EXPECT_EQ(GetBinWideString(file, &result), nullptr);
+          break;
+        case 2:
+          EXPECT_EQ(GetBinString(file, &result), nullptr);
+          break;
+        case 3:
+          EXPECT_EQ(ReadBinBool(file, &result), FALSE);
+          break;
+        default:
+          EXPECT_EQ(ReadUtf8Line(file, line, 8, &result), FALSE);
+          EXPECT_EQ(line[0], 0x5A5A);
+          break;
+      }
+      EXPECT_EQ(result, reader == 4 ? RESULT_SUCCEEDED : RESULT_INV_DATA);
+      fclose(file);
+    }
+  }
+}
+
+// A record file cut after every byte, from a regular file and from a FIFO:
+// the values before the cut read back whole, the one it falls in and all after
+// it fail with RESULT_INV_DATA.
+TEST_F(RecordStreamTest, RecordFilesCutAtEveryByte) {
+  enum Reader { kInt, kString, kBool, kWide };
+  const struct {
+    Reader reader;
+    std::string bytes, text;
+    int value;
+  } values[] = {
+      {kInt, "\xAC\x02", "", 300},
+      {kString, std::string("\x04\x41\0\x60\x4F", 5), "A\xE4\xBD\xA0", 0},
+      {kBool, "\x02", "", 2},
+      {kWide, std::string("\x04\x43\0\x44\0", 5), "CD", 0},
+      {kInt, "\xFF\xFF\xFF\xFF\x0F", "", -1},
+  };
+  std::string all;
+  for (const auto& value : values) all += value.bytes;
+  for (size_t cut = 0; cut <= all.size(); ++cut) {
+    for (bool fifo : {false, true}) {
+      SCOPED_TRACE("cut " + std::to_string(cut) + (fifo ? " fifo" : " file"));
+      MemoryStream regular(all.substr(0, cut));
+      FILE* file = fifo ? Fifo(all.substr(0, cut)) : regular.file;
+      ASSERT_NE(file, nullptr);
+      size_t end = 0;
+      for (const auto& value : values) {
+        end += value.bytes.size();
+        const bool whole = end <= cut;
+        RResult result = RESULT_ANY_ERROR;
+        if (value.reader == kInt) {
+          EXPECT_EQ(Read7BitEncodedInt(file, &result), whole ? value.value : -1);
+        } else if (value.reader == kBool) {
+          EXPECT_EQ(ReadBinBool(file, &result), whole ? value.value : FALSE);
+        } else if (value.reader == kString) {
+          char* sz = GetBinString(file, &result);
+          EXPECT_EQ(sz == nullptr ? "(null)" : sz, whole ? value.text : "(null)");
+          free(sz);
+        } else {
+          USHORT* wsz = GetBinWideString(file, &result);
+          if (whole) {
+            EXPECT_EQ(wide::Text(wsz), u"CD");
+          }
+          free(wsz);  // a short text comes back unterminated, but it is ours
+        }
+        EXPECT_EQ(result, whole ? RESULT_SUCCEEDED : RESULT_INV_DATA);
+      }
+      RResult result = RESULT_ANY_ERROR;
+      EXPECT_EQ(ReadBinBool(file, &result), FALSE);
+      EXPECT_EQ(result, RESULT_INV_DATA);
+      if (fifo) fclose(file);
+    }
+  }
 }
 
 }  // namespace

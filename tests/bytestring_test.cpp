@@ -150,6 +150,8 @@ TEST(StartsAndEndsWith, IgnoreOnlyAsciiCase) {
       {"report.TXT", ".txt", FALSE, TRUE},
       {"he", "hello", FALSE, FALSE},
       {"abc", "", TRUE, TRUE},
+      {"a", nullptr, FALSE, FALSE},
+      {nullptr, "a", FALSE, FALSE},
       {"", "", TRUE, TRUE},
       {"\xC3\x89t\xC3\xA9", "\xC3\xA9", FALSE, TRUE},
       {"\xC3\x89t\xC3\xA9", "\xC3\xA9t", FALSE, FALSE},

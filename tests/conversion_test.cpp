@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 
 #include <commonhelpers/commonhelpers.h>
 #include "support/alloc_failure.h"
+#include "support/huge_text.h"
 #include "support/memory_stream.h"
 #include "support/wide.h"
 
@@ -130,6 +132,34 @@ TEST(ReadUtf8Line, RejectsBadArgumentsWithoutReading) {
   EXPECT_EQ(result, RESULT_INV_ARGUMENT);
   EXPECT_EQ(ReadUtf8Line(stream.file, nullptr, 8, &result), FALSE);
   EXPECT_EQ(result, RESULT_INV_ARGUMENT);
+}
+
+// Sizes that an int cannot hold fail with RESULT_OUT_OF_MEMORY before
+// anything is allocated or written.
+TEST(ConversionSizes, BeyondTheIntLimitFailBeforeAllocating) {
+  constexpr size_t kTooLongToTriple = 715827882;  // 3 * n + 3 > INT_MAX
+  char szText[8] = "kept";
+  RResult result = RESULT_SUCCEEDED;
+  GetUtf8TextFromUtf16(wide::Buffer(u"ab").data(), static_cast<int>(kTooLongToTriple), szText,
+                       &result);
+  EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
+  EXPECT_STREQ(szText, "kept");
+  if (huge_text::TooCostlyHere()) GTEST_SKIP() << "ASan runs cover the rest";
+  char* tail = huge_text::Map("");
+  if (tail == nullptr) GTEST_SKIP() << "no address space for a 4 GiB text";
+  const auto* wszEnd = reinterpret_cast<const USHORT*>(tail);  // units of 0x6161 before it
+  alloc_failure::FailNth(0);
+  result = RESULT_SUCCEEDED;
+  EXPECT_EQ(GetUTF16Text(tail - kTooLongToTriple, &result), nullptr);
+  EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
+  result = RESULT_SUCCEEDED;
+  EXPECT_EQ(WcsLen(wszEnd - (size_t{1} << 31), &result), -1);
+  EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
+  result = RESULT_SUCCEEDED;
+  EXPECT_EQ(CopyWString(wszEnd - INT_MAX, &result), nullptr);
+  EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
+  EXPECT_EQ(alloc_failure::Count(), 0);
+  huge_text::Unmap(tail);
 }
 
 }  // namespace

@@ -133,4 +133,18 @@ TEST(FullToHalf, AgreesWithTheRulesOnMixedTextsOfEveryLength) {
   }
 }
 
+// One character that changes, or one that stays, at every offset of a text
+// long enough for whole ASCII blocks on either side of it.
+TEST(FullToHalf, FullToHalfAtEveryOffsetOfALongText) {
+  for (const auto& [full, half] : {std::pair<std::string, std::string>("\xEF\xBC\xA1", "A"),
+                                   {"\xE4\xBD\xA0", "\xE4\xBD\xA0"}}) {
+    for (size_t k = 0; k <= 48; ++k) {
+      const std::string before(k, 'x'), after(48 - k, 'y');
+      char out[64];
+      fullToHalf((before + full + after).c_str(), out, nullptr);
+      EXPECT_EQ(out, before + half + after) << k;
+    }
+  }
+}
+
 }  // namespace

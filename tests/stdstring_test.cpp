@@ -25,6 +25,7 @@ TEST(Split, ReturnsTheNonEmptyPiecesAndAppendsTheDelimiter) {
       {"a--b", "--", {"a", "b"}},
       {"a---b", "--", {"a", "-b"}},
       {"aXbXXc", "XX", {"aXb", "c"}},
+      {"a-", "--", {"a"}},  // a tail overlapping the appended delimiter
   };
   for (const Row& row : rows) {
     std::string str = row.text;
@@ -75,21 +76,22 @@ TEST(GetParentPath, KeepsEverythingUpToTheLastSlash) {
 }
 
 TEST(GetParentPathDeathTest, PrintsAndExitsWithSuccessWithoutASlash) {
+  const std::string kOut = COMMONHELPERS_TEST_TEMP_ROOT "/getparentpath.out";
   for (const char* location : {"abc", "", "a\\b\\c"}) {
     EXPECT_EXIT(
         {
           // Standard output goes to a file that the parent reads back.
-          if (freopen("getparentpath.out", "w", stdout) == nullptr) abort();
+          if (freopen(kOut.c_str(), "w", stdout) == nullptr) abort();
           GetParentPath(location);
         },
         ::testing::ExitedWithCode(0), "");
-    FILE* out = fopen("getparentpath.out", "r");
+    FILE* out = fopen(kOut.c_str(), "r");
     ASSERT_NE(out, nullptr);
     char printed[32] = {};
     EXPECT_EQ(fread(printed, 1, sizeof printed - 1, out), 11u);
     EXPECT_STREQ(printed, "ivalid path");
     fclose(out);
-    remove("getparentpath.out");
+    remove(kOut.c_str());
   }
 }
 

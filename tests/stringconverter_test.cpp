@@ -89,6 +89,8 @@ TEST(ConvertUtfString, RejectsLoneSurrogatesAndOutOfRangeValues) {
   } rows16[] = {{u"a\xD800", u"a"},
                 {u"\xD800z", u""},
                 {u"ab\xDC00", u"ab"},
+                {u"a\xDC00\xDC00", u"a"},
+                {u"x\xD800\xE000", u"x"},
                 {u"a\xDBFF\xDBFF\xDC00", u"a"},
                 {u"\xDBFF\xDFFFz\xDFFF", u"\xDBFF\xDFFFz"}};
   for (const Row16& row : rows16) {
