@@ -5,11 +5,13 @@
 
 extern "C" void* __real_malloc(size_t size);
 extern "C" void* __real_calloc(size_t count, size_t size);
+extern "C" void __real_free(void* p);
 
 namespace {
 
 thread_local long g_count = 0;
 thread_local long g_failAt = 0;
+thread_local long g_frees = 0;
 
 bool NextAllocationFails() {
   ++g_count;
@@ -26,7 +28,14 @@ extern "C" void* __wrap_calloc(size_t count, size_t size) {
   return NextAllocationFails() ? nullptr : __real_calloc(count, size);
 }
 
+extern "C" void __wrap_free(void* p) {
+  g_frees += p != nullptr ? 1 : 0;
+  __real_free(p);
+}
+
 namespace alloc_failure {
+
+long Frees() { return g_frees; }
 
 void FailNth(long n) {
   g_count = 0;
