@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <string>
@@ -25,7 +26,8 @@ TEST(Split, ReturnsTheNonEmptyPiecesAndAppendsTheDelimiter) {
       {"a--b", "--", {"a", "b"}},
       {"a---b", "--", {"a", "-b"}},
       {"aXbXXc", "XX", {"aXb", "c"}},
-      {"a-", "--", {"a"}},  // a tail overlapping the appended delimiter
+      {"a-", "--", {"a"}},          // a tail overlapping the appended delimiter
+      {"aXYZb", "XYW", {"aXYZb"}},  // only the third byte differs
   };
   for (const Row& row : rows) {
     std::string str = row.text;
@@ -70,9 +72,15 @@ TEST(StringReplace, ReplacesLeftToRightWithoutCascading) {
 }
 
 TEST(GetParentPath, KeepsEverythingUpToTheLastSlash) {
+  // GetParentPath may end the process; ending it here must fail the run.
+  static bool finished = false;
+  atexit([] {
+    if (!finished) _exit(1);
+  });
   const std::pair<std::string, std::string> rows[] = {
       {"/usr/lib/x.so", "/usr/lib/"}, {"dir/", "dir/"}, {"a/b/", "a/b/"}, {"/x", "/"}, {"/", "/"}};
   for (const auto& [location, parent] : rows) EXPECT_EQ(GetParentPath(location), parent);
+  finished = true;
 }
 
 TEST(GetParentPathDeathTest, PrintsAndExitsWithSuccessWithoutASlash) {
