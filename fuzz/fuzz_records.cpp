@@ -24,7 +24,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       case 0: {
         const int value = Read7BitEncodedInt(file, &result);
         if (result != RESULT_SUCCEEDED && value != -1) abort();
-        if (ftell(file) - before > 5) abort();
+        // Success ends at the first byte without its high bit, within five.
+        const long used = ftell(file) - before;
+        if (used > 5) abort();
+        for (long k = 0; result == RESULT_SUCCEEDED && k < used; ++k) {
+          if (((data[1 + before + k] & 0x80) == 0) != (k == used - 1)) abort();
+        }
         break;
       }
       case 1:

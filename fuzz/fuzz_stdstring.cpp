@@ -1,44 +1,12 @@
-// split, StringReplace and the trims against plain models.
+// split, StringReplace and the trims against inverse and defining properties:
+// a replacement by a byte the text never holds is undone by replacing it back,
+// and joining split's pieces with the delimiter splits into the same pieces.
 #include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <vector>
 
 #include <commonhelpers/commonhelpers.h>
-
-namespace {
-
-// split cuts the text with the delimiter appended: a piece counts only when a
-// delimiter closes it, so a tail that overlaps the appended one is lost.
-std::vector<std::string> SplitModel(const std::string& str, const std::string& delim) {
-  std::vector<std::string> pieces;
-  std::string piece;
-  for (size_t i = 0; i < str.size();) {
-    if (str.compare(i, delim.size(), delim) == 0) {
-      if (!piece.empty()) pieces.push_back(piece);
-      piece.clear();
-      i += delim.size();
-    } else {
-      piece += str[i++];
-    }
-  }
-  return pieces;
-}
-
-std::string ReplaceModel(const std::string& str, const std::string& from, const std::string& to) {
-  std::string out;
-  for (size_t i = 0; i < str.size();) {
-    if (str.compare(i, from.size(), from) == 0) {
-      out += to;
-      i += from.size();
-    } else {
-      out += str[i++];
-    }
-  }
-  return out;
-}
-
-}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 2) return 0;
@@ -54,11 +22,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string text = all.substr(cnFrom + cnTo);
 
   std::string str = text;
-  if (!from.empty() && split(str, from) != SplitModel(text + from, from)) abort();
+  const std::vector<std::string> pieces = split(str, from);
   if (!from.empty() && str != text + from) abort();
+  std::string joined;
+  for (const std::string& piece : pieces) {
+    if (piece.empty() || piece.find(from) != std::string::npos) abort();
+    joined += piece + from;
+  }
+  if (!from.empty() && split(joined, from) != pieces) abort();
   str = text;
-  StringReplace(str, from, to);
-  if (!from.empty() && str != ReplaceModel(text, from, to)) abort();
+  StringReplace(str, from, "\x01");
+  StringReplace(str, "\x01", from);
+  if (!from.empty() && str != text) abort();
 
   str = text;
   const bool left = TrimStart(str, to);

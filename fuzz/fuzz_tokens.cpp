@@ -1,5 +1,5 @@
-// WcsTok against a plain model of tokenizing, over arbitrary texts and
-// delimiter sets; and the wide cleanup functions.
+// WcsTok against the definition of a token (a maximal run of non-delimiters), over arbitrary texts
+// and delimiter sets; and the wide cleanup functions.
 #include <cstdint>
 #include <cstdlib>
 #include <string>
@@ -28,30 +28,31 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     return false;
   };
 
-  std::vector<std::u16string> expected;
-  std::u16string token;
-  for (size_t i = 0; text[i] != 0; ++i) {
-    if (isDelim(text[i])) {
-      if (!token.empty()) expected.push_back(token);
-      token.clear();
-    } else {
-      token.push_back(static_cast<char16_t>(text[i]));
-    }
-  }
-  if (!token.empty()) expected.push_back(token);
-
   std::vector<USHORT> work = text;
-  std::vector<std::u16string> tokens;
+  size_t next = 0;  // where the text after the last token starts
   USHORT* cursor = nullptr;
   RResult result = RESULT_ANY_ERROR;
   for (USHORT* t = WcsTok(work.data(), delims.data(), &cursor, &result); t != nullptr;
        t = WcsTok(nullptr, delims.data(), &cursor, &result)) {
-    if (result != RESULT_SUCCEEDED || tokens.size() > text.size()) abort();
-    std::u16string found;
-    for (USHORT* p = t; *p != 0; ++p) found.push_back(static_cast<char16_t>(*p));
-    tokens.push_back(found);
+    // A token is a whole run of the text: no delimiter in it, one (or an end)
+    // on either side, and it starts after the previous token.
+    const size_t start = static_cast<size_t>(t - work.data());
+    if (result != RESULT_SUCCEEDED || start < next || *t == 0) abort();
+    if (start > 0 && !isDelim(text[start - 1])) abort();
+    size_t end = start;
+    while (work[end] != 0) {
+      if (isDelim(work[end++])) abort();
+    }
+    if (text[end] != 0 && !isDelim(text[end])) abort();
+    for (size_t k = next; k < start; ++k) {
+      if (!isDelim(text[k])) abort();  // nothing between two tokens but delimiters
+    }
+    next = end;
   }
-  if (result != RESULT_SUCCEEDED || tokens != expected || *cursor != 0) abort();
+  for (size_t k = next; text[k] != 0; ++k) {
+    if (!isDelim(text[k])) abort();
+  }
+  if (result != RESULT_SUCCEEDED || *cursor != 0) abort();
 
   work = text;
   ChopWStringEnd(work.data());

@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 
 #include <commonhelpers/commonhelpers.h>
 #include "support/alloc_failure.h"
+#include "support/huge_text.h"
 #include "support/memory_stream.h"
 #include "support/wide.h"
 
@@ -32,8 +34,6 @@ TEST(GetUTF16Text, ReturnsANewZeroFilledWideText) {
     free(wsz);
   }
   RResult result = RESULT_SUCCEEDED;
-  EXPECT_EQ(GetUTF16Text(nullptr, &result), nullptr);
-  EXPECT_EQ(result, RESULT_INV_ARGUMENT);
   alloc_failure::ScopedFailure failFirst(1);
   EXPECT_EQ(GetUTF16Text("abc", &result), nullptr);
   EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
@@ -62,10 +62,6 @@ TEST(GetUtf8TextFromUtf16, WritesTheFirstUnitsOnSuccessOnly) {
   GetUtf8TextFromUtf16(wide::Buffer(u"a\xD800").data(), 2, szText, &result);
   EXPECT_EQ(result, RESULT_INV_DATA);
   EXPECT_STREQ(szText, "untouched");
-  GetUtf8TextFromUtf16(nullptr, 1, szText, &result);
-  EXPECT_EQ(result, RESULT_INV_ARGUMENT);
-  GetUtf8TextFromUtf16(text.data(), 1, nullptr, &result);
-  EXPECT_EQ(result, RESULT_INV_ARGUMENT);
 }
 
 TEST(GetUtf8TextFromUtf16, LeavesTheTextUntouchedWhenATemporaryFails) {
@@ -125,11 +121,34 @@ TEST(ReadUtf8Line, RejectsBadArgumentsWithoutReading) {
     EXPECT_EQ(result, RESULT_INV_ARGUMENT);
     EXPECT_EQ(ftell(stream.file), 0);
   }
+}
+
+// Sizes that an int cannot hold fail with RESULT_OUT_OF_MEMORY before
+// anything is allocated or written.
+TEST(ConversionSizes, BeyondTheIntLimitFailBeforeAllocating) {
+  constexpr size_t kTooLongToTriple = 715827882;  // 3 * n + 3 > INT_MAX
+  char szText[8] = "kept";
   RResult result = RESULT_SUCCEEDED;
-  EXPECT_EQ(ReadUtf8Line(nullptr, line, 8, &result), FALSE);
-  EXPECT_EQ(result, RESULT_INV_ARGUMENT);
-  EXPECT_EQ(ReadUtf8Line(stream.file, nullptr, 8, &result), FALSE);
-  EXPECT_EQ(result, RESULT_INV_ARGUMENT);
+  GetUtf8TextFromUtf16(wide::Buffer(u"ab").data(), static_cast<int>(kTooLongToTriple), szText,
+                       &result);
+  EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
+  EXPECT_STREQ(szText, "kept");
+  if (huge_text::TooCostlyHere()) GTEST_SKIP() << "ASan runs cover the rest";
+  char* tail = huge_text::Map("");
+  if (tail == nullptr) GTEST_SKIP() << "no address space for a 4 GiB text";
+  const auto* wszEnd = reinterpret_cast<const USHORT*>(tail);  // units of 0x6161 before it
+  alloc_failure::FailNth(0);
+  result = RESULT_SUCCEEDED;
+  EXPECT_EQ(GetUTF16Text(tail - kTooLongToTriple, &result), nullptr);
+  EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
+  result = RESULT_SUCCEEDED;
+  EXPECT_EQ(WcsLen(wszEnd - (size_t{1} << 31), &result), -1);
+  EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
+  result = RESULT_SUCCEEDED;
+  EXPECT_EQ(CopyWString(wszEnd - INT_MAX, &result), nullptr);
+  EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
+  EXPECT_EQ(alloc_failure::Count(), 0);
+  huge_text::Unmap(tail);
 }
 
 }  // namespace

@@ -12,32 +12,13 @@
 #include <thread>
 
 #include <commonhelpers/commonhelpers.h>
+#include "support/temp_dir.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-class FileCompareTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/commonhelpers-compare-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir_ = pattern;
-  }
-  void TearDown() override { fs::remove_all(dir_); }
-
-  // A new file holding `bytes`; returns its path.
-  std::string File(const std::string& bytes) {
-    const std::string path = dir_ + "/f" + std::to_string(count_++);
-    FILE* file = fopen(path.c_str(), "wb");
-    fwrite(bytes.data(), 1, bytes.size(), file);
-    fclose(file);
-    return path;
-  }
-
-  std::string dir_;
-  int count_ = 0;
-};
+using FileCompareTest = TempDirTest;
 
 long OpenDescriptors() { return std::distance(fs::directory_iterator("/proc/self/fd"), {}); }
 

@@ -4,7 +4,6 @@
 #include <cstring>
 #include <map>
 #include <memory>
-#include <random>
 #include <string>
 
 #include <commonhelpers/commonhelpers.h>
@@ -86,50 +85,6 @@ TEST(FullToHalf, CopiesASequenceCutShortByTheTerminator) {
     const std::string in = text;
     const std::string expected = in.size() >= 3 && in[0] == '\xEF' ? "A" + in.substr(3) : in;
     EXPECT_EQ(Normalize(in), expected);
-  }
-}
-
-// The exact rules as a plain loop, for texts long enough to reach the block
-// path of the library.
-std::string Model(const std::string& in) {
-  std::string out;
-  for (size_t i = 0; i < in.size();) {
-    const unsigned char b = static_cast<unsigned char>(in[i]);
-    if ((b & 0xF0) != 0xE0 || in.size() - i < 3) {
-      out += in[i++];
-      continue;
-    }
-    const uint32_t cp = ((b & 0x0Fu) << 12) | ((in[i + 1] & 0x3Fu) << 6) | (in[i + 2] & 0x3Fu);
-    const auto it = Table().find(cp);
-    out += it != Table().end() ? std::string(1, it->second) : in.substr(i, 3);
-    i += 3;
-  }
-  return out;
-}
-
-TEST(FullToHalf, AgreesWithTheRulesOnMixedTextsOfEveryLength) {
-  const std::string pieces[] = {"a",
-                                " ",
-                                "\xC3\xA9",
-                                "\xE4\xBD\xA0",
-                                "\xEF\xBC\x8C",
-                                "\xEF\xBC\xA1",
-                                "\xE3\x80\x80",
-                                "\xE2\x91\xA0",
-                                "\xE4",
-                                "\xEF\xBC",
-                                "\x80",
-                                "\xF0\x9F\x98\x80"};
-  std::mt19937 random(7);
-  for (int round = 0; round < 3000; ++round) {
-    std::string text;
-    const int count = static_cast<int>(random() % 40);
-    for (int k = 0; k < count; ++k) {
-      // Mostly plain text, so that long runs reach the block path.
-      const size_t pick = random() % 4 == 0 ? random() % std::size(pieces) : random() % 4;
-      text += pieces[pick];
-    }
-    ASSERT_EQ(Normalize(text), Model(text)) << round;
   }
 }
 

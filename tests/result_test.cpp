@@ -28,11 +28,4 @@ TEST(PassBackResult, OverwritesTheCallersVariableEvenWithSuccess) {
   EXPECT_EQ(result, 0u);
 }
 
-TEST(PassBackResult, AcceptsNullForEveryCode) {
-  for (RResult code : {RESULT_SUCCEEDED, RESULT_INV_ARGUMENT, RESULT_OUT_OF_MEMORY, RESULT_INV_DATA,
-                       RESULT_ANY_ERROR}) {
-    PassBackResult(code, nullptr);
-  }
-}
-
 }  // namespace

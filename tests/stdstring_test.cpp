@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <string>
@@ -25,6 +26,8 @@ TEST(Split, ReturnsTheNonEmptyPiecesAndAppendsTheDelimiter) {
       {"a--b", "--", {"a", "b"}},
       {"a---b", "--", {"a", "-b"}},
       {"aXbXXc", "XX", {"aXb", "c"}},
+      {"a-", "--", {"a"}},          // a tail overlapping the appended delimiter
+      {"aXYZb", "XYW", {"aXYZb"}},  // only the third byte differs
   };
   for (const Row& row : rows) {
     std::string str = row.text;
@@ -69,27 +72,34 @@ TEST(StringReplace, ReplacesLeftToRightWithoutCascading) {
 }
 
 TEST(GetParentPath, KeepsEverythingUpToTheLastSlash) {
+  // GetParentPath may end the process; ending it here must fail the run.
+  static bool finished = false;
+  atexit([] {
+    if (!finished) _exit(1);
+  });
   const std::pair<std::string, std::string> rows[] = {
       {"/usr/lib/x.so", "/usr/lib/"}, {"dir/", "dir/"}, {"a/b/", "a/b/"}, {"/x", "/"}, {"/", "/"}};
   for (const auto& [location, parent] : rows) EXPECT_EQ(GetParentPath(location), parent);
+  finished = true;
 }
 
 TEST(GetParentPathDeathTest, PrintsAndExitsWithSuccessWithoutASlash) {
+  const std::string kOut = COMMONHELPERS_TEST_TEMP_ROOT "/getparentpath.out";
   for (const char* location : {"abc", "", "a\\b\\c"}) {
     EXPECT_EXIT(
         {
           // Standard output goes to a file that the parent reads back.
-          if (freopen("getparentpath.out", "w", stdout) == nullptr) abort();
+          if (freopen(kOut.c_str(), "w", stdout) == nullptr) abort();
           GetParentPath(location);
         },
         ::testing::ExitedWithCode(0), "");
-    FILE* out = fopen("getparentpath.out", "r");
+    FILE* out = fopen(kOut.c_str(), "r");
     ASSERT_NE(out, nullptr);
     char printed[32] = {};
     EXPECT_EQ(fread(printed, 1, sizeof printed - 1, out), 11u);
     EXPECT_STREQ(printed, "ivalid path");
     fclose(out);
-    remove("getparentpath.out");
+    remove(kOut.c_str());
   }
 }
 

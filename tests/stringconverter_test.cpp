@@ -89,6 +89,8 @@ TEST(ConvertUtfString, RejectsLoneSurrogatesAndOutOfRangeValues) {
   } rows16[] = {{u"a\xD800", u"a"},
                 {u"\xD800z", u""},
                 {u"ab\xDC00", u"ab"},
+                {u"a\xDC00\xDC00", u"a"},
+                {u"x\xD800\xE000", u"x"},
                 {u"a\xDBFF\xDBFF\xDC00", u"a"},
                 {u"\xDBFF\xDFFFz\xDFFF", u"\xDBFF\xDFFFz"}};
   for (const Row16& row : rows16) {
@@ -147,55 +149,6 @@ TEST(ConvertUtfString, NeverSplitsACharacterWhenTheDestinationIsShort) {
   check(char{});
   check(char16_t{});
   check(char32_t{});
-}
-
-// ASCII runs of every length around the block sizes of the fast paths, with a
-// character that leaves the run at every position.
-TEST(ConvertUtfString, ConvertsAsciiRunsOfEveryLengthExactly) {
-  for (size_t before = 0; before <= 40; ++before) {
-    for (size_t after : {size_t{0}, size_t{1}, size_t{17}}) {
-      const std::string ascii(before, 'q');
-      const std::string tail(after, 'r');
-      const std::u16string expected = U16(ascii) + u"\u00E9" + U16(tail);
-      EXPECT_EQ(Convert<char16_t>(ascii + "\xC3\xA9" + tail, 64).text, expected);
-      EXPECT_EQ(Convert<char>(expected, 64).text, ascii + "\xC3\xA9" + tail);
-      const Converted<char16_t> cut =
-          Convert<char16_t>(ascii + tail, static_cast<int>(before / 2 + 1));
-      EXPECT_EQ(cut.text, U16(ascii + tail).substr(0, before / 2));
-      EXPECT_EQ(Convert<char>(U16(ascii + tail), static_cast<int>(before / 2 + 1)).text,
-                (ascii + tail).substr(0, before / 2));
-    }
-  }
-}
-
-// Runs of three-byte characters around the block sizes of their fast paths,
-// ended by a character of another length or by a malformed one, and cut
-// short by the destination.
-TEST(ConvertUtfString, ConvertsThreeByteRunsOfEveryLengthExactly) {
-  const char16_t kEdges[] = {0x0800, 0x4F60, 0xD7FF, 0xE000, 0xFFFF, 0x3002};
-  for (size_t count = 0; count <= 40; ++count) {
-    std::u16string run;
-    std::string utf8;
-    for (size_t k = 0; k < count; ++k) {
-      const char16_t u = kEdges[(k * 7 + count) % 6];
-      run += u;
-      utf8 += {static_cast<char>(0xE0 | (u >> 12)), static_cast<char>(0x80 | ((u >> 6) & 0x3F)),
-               static_cast<char>(0x80 | (u & 0x3F))};
-    }
-    EXPECT_EQ(Convert<char16_t>(utf8 + "\xC3\xA9", 160).text, run + u"\xE9");
-    EXPECT_EQ(Convert<char>(run + u"\xE9", 160).text, utf8 + "\xC3\xA9");
-    for (const char* bad : {"\xED\xA0\x80", "\xE0\x9F\xBF", "\xE4\xBD"}) {
-      const Converted<char16_t> out = Convert<char16_t>(utf8 + bad + "zz", 160);
-      EXPECT_EQ(out.result, RESULT_INV_DATA);
-      EXPECT_EQ(out.text, run);
-    }
-    const Converted<char> lone = Convert<char>(run + u'\xDC00' + u"zz", 160);
-    EXPECT_EQ(lone.result, RESULT_INV_DATA);
-    EXPECT_EQ(lone.text, utf8);
-    const size_t half = count / 2;
-    EXPECT_EQ(Convert<char16_t>(utf8, static_cast<int>(half + 1)).text, run.substr(0, half));
-    EXPECT_EQ(Convert<char>(run, static_cast<int>(3 * half + 3)).text, utf8.substr(0, 3 * half));
-  }
 }
 
 TEST(ConvertUtfString, RejectsBadArgumentsWithoutWriting) {

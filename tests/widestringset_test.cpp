@@ -56,16 +56,24 @@ TEST(WStringSetConstruct, ReturnsThePartialSetWhenABufferFails) {
 }
 
 TEST(WStringSetDestruct, RejectsANullSetOrACountBelowOne) {
-  RResult result = RESULT_SUCCEEDED;
-  WStringSetDestruct(nullptr, 3, &result);
-  EXPECT_EQ(result, RESULT_INV_ARGUMENT);
-  WStringSetDestruct(nullptr, 3, nullptr);
   USHORT** set = WStringSetConstruct(2, 2, nullptr);
-  result = RESULT_SUCCEEDED;
+  RResult result = RESULT_SUCCEEDED;
   WStringSetDestruct(set, 0, &result);
   EXPECT_EQ(result, RESULT_INV_ARGUMENT);
   WStringSetDestruct(set, 2, &result);
   EXPECT_EQ(result, RESULT_SUCCEEDED);
+}
+
+// The strings and the array are freed, for a set of one string as well.
+TEST(WStringSetDestruct, FreesEverySetItIsGiven) {
+  for (int count : {1, 3}) {
+    USHORT** set = WStringSetConstruct(count, 8, nullptr);
+    const long before = alloc_failure::Frees();
+    RResult result = RESULT_INV_DATA;
+    WStringSetDestruct(set, count, &result);
+    EXPECT_EQ(result, RESULT_SUCCEEDED) << count;
+    EXPECT_EQ(alloc_failure::Frees() - before, count + 1) << count;
+  }
 }
 
 }  // namespace

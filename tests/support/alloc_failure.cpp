@@ -1,14 +1,17 @@
 #include "support/alloc_failure.h"
 
+#include <csignal>
 #include <cstddef>
 
 extern "C" void* __real_malloc(size_t size);
 extern "C" void* __real_calloc(size_t count, size_t size);
+extern "C" void __real_free(void* p);
 
 namespace {
 
 thread_local long g_count = 0;
 thread_local long g_failAt = 0;
+thread_local long g_frees = 0;
 
 bool NextAllocationFails() {
   ++g_count;
@@ -25,7 +28,14 @@ extern "C" void* __wrap_calloc(size_t count, size_t size) {
   return NextAllocationFails() ? nullptr : __real_calloc(count, size);
 }
 
+extern "C" void __wrap_free(void* p) {
+  g_frees += p != nullptr ? 1 : 0;
+  __real_free(p);
+}
+
 namespace alloc_failure {
+
+long Frees() { return g_frees; }
 
 void FailNth(long n) {
   g_count = 0;
@@ -52,3 +62,20 @@ long ForEachFailure(const std::function<void()>& call, const std::function<void(
 }
 
 }  // namespace alloc_failure
+
+// Present in coverage builds only. A death-test child ends in abort() before
+// gcov writes its counts; writing them first shows the fatal paths covered.
+extern "C" void __gcov_dump() __attribute__((weak));
+
+namespace {
+
+void DumpCoverageAndAbort(int) {
+  __gcov_dump();
+  signal(SIGABRT, SIG_DFL);
+  raise(SIGABRT);
+}
+
+[[maybe_unused]] const bool kCoverageDumpedOnAbort =
+    __gcov_dump != nullptr && signal(SIGABRT, DumpCoverageAndAbort) != SIG_ERR;
+
+}  // namespace

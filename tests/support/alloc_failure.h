@@ -1,6 +1,6 @@
 // Allocation-failure switch for tests.
 //
-// The test binary is linked with -Wl,--wrap=malloc,--wrap=calloc, so every
+// The test binary is linked with -Wl,--wrap=malloc,--wrap=calloc,--wrap=free, so every
 // malloc and calloc made by the library (and by the test code itself, but not
 // by the C++ runtime's operator new) goes through a counter. A test arms the
 // switch to make the n-th allocation fail, then calls the function under test.
@@ -21,6 +21,9 @@ void Disarm();
 
 // The allocations counted since the last FailNth() on this thread.
 long Count();
+
+// The non-null blocks freed on this thread so far (free is wrapped too).
+long Frees();
 
 // Runs `call` once with no failure, then once for each allocation that run
 // made, failing the 1st, the 2nd, and so on. After each run, with the switch
