@@ -125,20 +125,24 @@ TEST(ReadUtf8Line, RejectsBadArgumentsWithoutReading) {
 
 // Sizes that an int cannot hold fail with RESULT_OUT_OF_MEMORY before
 // anything is allocated or written.
-TEST(ConversionSizes, BeyondTheIntLimitFailBeforeAllocating) {
-  constexpr size_t kTooLongToTriple = 715827882;  // 3 * n + 3 > INT_MAX
+constexpr size_t kTooLongToTriple = 715827882;  // 3 * n + 3 > INT_MAX
+
+TEST(ConversionSizes, APositionTooLongToTripleFailsBeforeReading) {
   char szText[8] = "kept";
   RResult result = RESULT_SUCCEEDED;
   GetUtf8TextFromUtf16(wide::Buffer(u"ab").data(), static_cast<int>(kTooLongToTriple), szText,
                        &result);
   EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
   EXPECT_STREQ(szText, "kept");
+}
+
+TEST(ConversionSizes, BeyondTheIntLimitFailBeforeAllocating) {
   if (huge_text::TooCostlyHere()) GTEST_SKIP() << "ASan runs cover the rest";
   char* tail = huge_text::Map("");
   if (tail == nullptr) GTEST_SKIP() << "no address space for a 4 GiB text";
   const auto* wszEnd = reinterpret_cast<const USHORT*>(tail);  // units of 0x6161 before it
   alloc_failure::FailNth(0);
-  result = RESULT_SUCCEEDED;
+  RResult result = RESULT_SUCCEEDED;
   EXPECT_EQ(GetUTF16Text(tail - kTooLongToTriple, &result), nullptr);
   EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
   result = RESULT_SUCCEEDED;
