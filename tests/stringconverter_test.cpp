@@ -111,11 +111,12 @@ TEST(ConvertUtfString, ConvertsEveryPairAcrossTheEncodingBoundaries) {
   EXPECT_EQ(Convert<char32_t>(text).result, RESULT_SUCCEEDED);
 }
 
-// For every destination size, the longest prefix of whole characters that
-// fits in dstSize - 1 units; success exactly when all of it fits.
+// From each source form into each destination form and size, the longest
+// prefix of whole characters that fits in dstSize - 1 units; success exactly
+// when all of it fits.
 TEST(ConvertUtfString, NeverSplitsACharacterWhenTheDestinationIsShort) {
-  const std::u32string chars = {'a', 0xE9, 0x4F60, 0x1F600, 'b'};
-  auto check = [&](auto unit) {
+  const std::u32string chars = {'a', 'b', 0xE9, 0x4F60, 0x1F600, 'c', 'd'};
+  auto check = [&](auto source, auto unit) {
     using Dst = decltype(unit);
     const std::basic_string<Dst> whole = Convert<Dst>(chars).text;
     for (int size = 1; size <= static_cast<int>(whole.size()) + 1; ++size) {
@@ -125,14 +126,19 @@ TEST(ConvertUtfString, NeverSplitsACharacterWhenTheDestinationIsShort) {
         if (next.size() > static_cast<size_t>(size - 1)) break;
         expected = next;
       }
-      const Converted<Dst> out = Convert<Dst>(chars, size);
+      const Converted<Dst> out = Convert<Dst>(source, size);
       EXPECT_EQ(out.text, expected) << size;
       EXPECT_EQ(out.result, expected == whole ? RESULT_SUCCEEDED : RESULT_INV_DATA) << size;
     }
   };
-  check(char{});
-  check(char16_t{});
-  check(char32_t{});
+  auto intoEachForm = [&](const auto& source) {
+    check(source, char{});
+    check(source, char16_t{});
+    check(source, char32_t{});
+  };
+  intoEachForm(Convert<char>(chars).text);
+  intoEachForm(Convert<char16_t>(chars).text);
+  intoEachForm(chars);
 }
 
 TEST(ConvertUtfString, RejectsBadArgumentsWithoutWriting) {
