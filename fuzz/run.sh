@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 seconds="${1:-60}"
 shift || true
 targets=("$@")
-[ ${#targets[@]} -gt 0 ] || targets=(records convert text tokens kernels)
+[ ${#targets[@]} -gt 0 ] || targets=(records convert kernels)
 
 cmake --preset fuzz > /dev/null
 cmake --build --preset fuzz > /dev/null
