@@ -1,6 +1,7 @@
 // Every kernel level against the scalar twins: the input, cut at its first
 // zero byte, converted both ways with the room that its first byte picks, and
-// normalized; every level must give the scalar level's code and bytes.
+// normalized, and the length of its 16-bit units from each of the first 32;
+// every level must give the scalar level's code, bytes and length.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -41,6 +42,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   // The same bytes read as UTF-16 units (odd trailing byte dropped).
   std::vector<uint16_t> units(size / 2 + 1, 0);
   memcpy(units.data(), data, size / 2 * 2);
+  for (size_t a = 0; a < units.size() && a < 32; ++a) {  // from every alignment
+    for (size_t k = 1; k < count; ++k) {
+      if (levels[k]->terminatedLength16(&units[a]) != levels[0]->terminatedLength16(&units[a])) {
+        abort();
+      }
+    }
+  }
   Check<uint16_t, uint8_t>(levels, count, units.data(), UTF_16, UTF_8, room);
   Check<uint16_t, uint8_t>(levels, count, units.data(), UTF_16, UTF_8, size * 2 + 3);
   std::vector<char> expected(n + 1), actual(n + 1);

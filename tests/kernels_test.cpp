@@ -112,7 +112,7 @@ TEST(Kernels, EveryLevelAgreesWithTheScalarTwinsOnRandomText) {
 
 // One odd character at every offset of texts long enough for two blocks of
 // the widest level, in ASCII and in Chinese, and the terminator at every
-// offset.
+// offset (of 16-bit units also from every alignment in a 64-byte block).
 TEST(Kernels, EveryLevelAgreesAtEveryOffset) {
   std::mt19937 random(6);
   const std::string ascii(140, 'x');
@@ -127,6 +127,14 @@ TEST(Kernels, EveryLevelAgreesAtEveryOffset) {
         ExpectSameNormalization(text);
       }
       ExpectSameConversions(base.substr(0, at), random);
+      for (size_t align = 0; align < 32; ++align) {  // UTF-16, zero units just before the text
+        std::vector<uint16_t> units(align, 0);
+        units.resize(align + at, 0x0100);
+        units.push_back(0);
+        for (const Kernels* level : Levels()) {
+          ASSERT_EQ(level->terminatedLength16(&units[align]), at) << level->name << " " << align;
+        }
+      }
     }
   }
 }

@@ -38,6 +38,11 @@ using Utf16To8Run = void (*)(const uint16_t* src, size_t n, size_t& i, uint8_t* 
 constexpr size_t kFullWidthExactStep = 16;
 using UnchangedBlocks = size_t (*)(const uint8_t* in, size_t n, size_t& i, uint8_t* out, size_t& o);
 
+// The number of units before the first zero unit of `text`. A level's scan
+// may read the whole aligned block that holds text[0] or the terminator, so
+// `text` must be aligned for its unit (as every uint16_t* is).
+using LengthScan16 = size_t (*)(const uint16_t* text);
+
 struct Kernels {
   const char* name;
   Utf8To16Run asciiRun8To16;        // bytes below 0x80
@@ -45,6 +50,7 @@ struct Kernels {
   Utf8To16Run threeByteRun8To16;    // well-formed three-byte characters
   Utf16To8Run threeByteRun16To8;    // units of U+0800..U+FFFF, no surrogates
   UnchangedBlocks fullWidthBlocks;  // see UnchangedBlocks
+  LengthScan16 terminatedLength16;  // see LengthScan16
 };
 
 // The scalar twins (stringconverter.cpp, fullwidth.cpp).
@@ -55,6 +61,7 @@ void ThreeByteRun8To16(const uint8_t* src, size_t n, size_t& i, uint16_t* dst, s
 void ThreeByteRun16To8(const uint16_t* src, size_t n, size_t& i, uint8_t* dst, size_t cap,
                        size_t& o);
 size_t FullWidthBlocks(const uint8_t* in, size_t n, size_t& i, uint8_t* out, size_t& o);
+size_t TerminatedLength16(const uint16_t* text);
 
 // The levels beyond scalar that this build has and this CPU runs, stored
 // narrowest first into `levels` (room for kMaxCpuLevels); returns their

@@ -1,6 +1,9 @@
-// AVX-512 (BW) kernels: the ASCII runs 64 units at a time. The three-byte
-// runs and fullToHalf's blocks are the SSE2 level's.
+// AVX-512 (BW) kernels: the ASCII runs 64 units at a time, the length of
+// 16-bit text 64 bytes at a time. The three-byte runs and fullToHalf's blocks
+// are the SSE2 level's.
 #include <immintrin.h>
+
+#include <cstdint>
 
 #include "kernels/x86.h"
 
@@ -42,6 +45,22 @@ CH_TARGET void Avx512AsciiRun16To8(const uint16_t* src, size_t n, size_t& i, uin
   AsciiRun16To8(src, n, i, dst, cap, o);
 }
 
+// As SSE2's, 64 bytes at a time; the mask has one bit per unit.
+CH_TARGET __attribute__((no_sanitize_address)) size_t Avx512TerminatedLength16(
+    const uint16_t* text) {
+  const uintptr_t start = reinterpret_cast<uintptr_t>(text);
+  const __m512i* block = reinterpret_cast<const __m512i*>(start & ~uintptr_t{63});
+  const __m512i zero = _mm512_setzero_si512();
+  uint32_t zeros = _mm512_cmpeq_epi16_mask(*block, zero) & (~0u << (start & 63) / 2);
+  while (zeros == 0) {
+    ++block;
+    zeros = _mm512_cmpeq_epi16_mask(*block, zero);
+  }
+  return (reinterpret_cast<uintptr_t>(block) + 2 * static_cast<unsigned>(__builtin_ctz(zeros)) -
+          start) /
+         2;
+}
+
 }  // namespace
 
 extern const Kernels kAvx512Kernels = {"avx512",
@@ -49,6 +68,7 @@ extern const Kernels kAvx512Kernels = {"avx512",
                                        Avx512AsciiRun16To8,
                                        Sse2ThreeByteRun8To16,
                                        Sse2ThreeByteRun16To8,
-                                       Sse2FullWidthBlocks};
+                                       Sse2FullWidthBlocks,
+                                       Avx512TerminatedLength16};
 
 }  // namespace commonhelpers_internal

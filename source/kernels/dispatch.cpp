@@ -10,7 +10,8 @@ namespace commonhelpers_internal {
 namespace {
 
 const Kernels kScalarKernels = {"scalar",          AsciiRun8To16,     AsciiRun16To8,
-                                ThreeByteRun8To16, ThreeByteRun16To8, FullWidthBlocks};
+                                ThreeByteRun8To16, ThreeByteRun16To8, FullWidthBlocks,
+                                TerminatedLength16};
 
 struct Levels {
   const Kernels* list[1 + kMaxCpuLevels];

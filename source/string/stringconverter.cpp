@@ -34,6 +34,7 @@ namespace {
 using commonhelpers_internal::ActiveKernels;
 using commonhelpers_internal::ConvertUtfStringWith;
 using commonhelpers_internal::Kernels;
+using commonhelpers_internal::ScanToTerminator;
 using commonhelpers_internal::TerminatedLength;
 
 constexpr uint32_t kMalformed = 0xFFFFFFFF;
@@ -188,9 +189,19 @@ void Runs(const Kernels& kernels, const uint16_t* src, size_t n, size_t& i, uint
   kernels.threeByteRun16To8(src, n, i, dst, cap, o);
 }
 
+// The given table's scan for UTF-16, so that one table serves a whole call.
+template <typename Src>
+size_t SourceLength(const Kernels&, const Src* src) {
+  return TerminatedLength(src);
+}
+
+size_t SourceLength(const Kernels& kernels, const uint16_t* src) {
+  return kernels.terminatedLength16(src);
+}
+
 template <typename Src, typename Dst>
 RResult Convert(const Kernels& kernels, const Src* src, Dst* dst, size_t cap) {
-  const size_t n = TerminatedLength(src);
+  const size_t n = SourceLength(kernels, src);
   size_t i = 0;
   size_t o = 0;
   RResult result = RESULT_SUCCEEDED;
@@ -266,6 +277,10 @@ void commonhelpers_internal::ThreeByteRun16To8(const uint16_t* src, size_t n, si
     dst[o + 2] = static_cast<uint8_t>(0x80 | (u & 0x3F));
     o += 3;
   }
+}
+
+size_t commonhelpers_internal::TerminatedLength16(const uint16_t* text) {
+  return ScanToTerminator(text);
 }
 
 void commonhelpers_internal::ConvertUtfStringWith(const Kernels& kernels, const void* src,
