@@ -1,4 +1,6 @@
-// Texts past the int limits for almost no memory, for the size checks.
+// Texts past the int limits for almost no memory, for the size checks. Tests
+// that use one are named BeyondTheIntLimit: runs under valgrind or
+// ThreadSanitizer, which would walk gigabytes, leave them out.
 #ifndef COMMONHELPERS_TESTS_SUPPORT_HUGE_TEXT_H_
 #define COMMONHELPERS_TESTS_SUPPORT_HUGE_TEXT_H_
 
@@ -8,27 +10,7 @@
 #include <cstddef>
 #include <cstring>
 
-#if __has_include(<valgrind/valgrind.h>)
-#include <valgrind/valgrind.h>
-#else
-#define RUNNING_ON_VALGRIND 0
-#endif
-#if defined(__SANITIZE_THREAD__)
-#define UNDER_THREAD_SANITIZER 1
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define UNDER_THREAD_SANITIZER 1
-#endif
-#endif
-#ifndef UNDER_THREAD_SANITIZER
-#define UNDER_THREAD_SANITIZER 0
-#endif
-
 namespace huge_text {
-
-// Valgrind takes a minute to walk such a text, and ThreadSanitizer would
-// write shadow for every byte read: gigabytes. The ASan runs cover them.
-inline bool TooCostlyHere() { return UNDER_THREAD_SANITIZER || RUNNING_ON_VALGRIND; }
 
 constexpr size_t kRun = size_t{1} << 20, kRuns = 4097, kSpan = kRun * kRuns + 4096;
 
