@@ -64,21 +64,16 @@ TEST(GetParentPath, KeepsEverythingUpToTheLastSlash) {
   finished = true;
 }
 
+// The child's standard output goes to its standard error, which the death
+// test matches.
 TEST(GetParentPathDeathTest, PrintsAndExitsWithSuccessWithoutASlash) {
-  const std::string kOut = COMMONHELPERS_TEST_TEMP_ROOT "/getparentpath.out";
   for (const char* location : {"abc", "", "a\\b\\c"}) {
     EXPECT_EXIT(
         {
-          if (freopen(kOut.c_str(), "w", stdout) == nullptr) abort();
+          dup2(STDERR_FILENO, STDOUT_FILENO);
           GetParentPath(location);
         },
-        ::testing::ExitedWithCode(0), "");
-    char printed[32] = {};
-    FILE* out = fopen(kOut.c_str(), "r");
-    ASSERT_NE(out, nullptr);
-    EXPECT_EQ(fread(printed, 1, sizeof printed - 1, out), 11u);
-    EXPECT_STREQ(printed, "ivalid path");
-    fclose(out);
+        ::testing::ExitedWithCode(0), "^ivalid path$");
   }
 }
 
