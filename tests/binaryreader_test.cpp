@@ -2,14 +2,12 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <functional>
 #include <string>
 #include <tuple>
 
 #include <commonhelpers/commonhelpers.h>
 #include "support/alloc_failure.h"
 #include "support/memory_stream.h"
-#include "support/temp_dir.h"
 
 namespace {
 
@@ -111,31 +109,6 @@ TEST(ReadBinBool, ReturnsTheByteAsASignedValue) {
     EXPECT_EQ(ReadBinBool(stream.file, &result), value);
     EXPECT_EQ(result, code);
     EXPECT_EQ(ftell(stream.file), code == OK ? 1 : 0);
-  }
-}
-
-using RecordStreamTest = TempDirTest;
-
-// A directory and an empty FIFO open fine but yield no byte: every reader
-// reports a failed read, and the line reader the end.
-TEST_F(RecordStreamTest, ReadersOnStreamsThatYieldNothing) {
-  const std::function<long(FILE*, RResult*)> readers[] = {
-      [](FILE* f, RResult* r) { return Read7BitEncodedInt(f, r) + 1L; },
-      [](FILE* f, RResult* r) { return reinterpret_cast<long>(GetBinWideString(f, r)); },
-      [](FILE* f, RResult* r) { return reinterpret_cast<long>(GetBinString(f, r)); },
-      [](FILE* f, RResult* r) { return long{ReadBinBool(f, r)}; },
-      [](FILE* f, RResult* r) {
-        USHORT line[8] = {0x5A5A, 0};
-        return ReadUtf8Line(f, line, 8, r) + (line[0] != 0x5A5A ? 1L : 0L);
-      }};
-  for (const auto& read : readers) {
-    for (FILE* file : {fopen(dir_.c_str(), "rb"), Fifo("")}) {
-      ASSERT_NE(file, nullptr);
-      RResult result = RESULT_ANY_ERROR;
-      EXPECT_EQ(read(file, &result), 0);
-      EXPECT_EQ(result, &read == &readers[4] ? RESULT_SUCCEEDED : RESULT_INV_DATA);
-      fclose(file);
-    }
   }
 }
 

@@ -3,6 +3,8 @@
 #include <sys/stat.h>
 
 #include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <future>
 #include <string>
@@ -10,11 +12,34 @@
 #include <tuple>
 
 #include <commonhelpers/commonhelpers.h>
-#include "support/temp_dir.h"
 
 namespace {
 
-using FileCompareTest = TempDirTest;
+// A fresh directory under the build tree, never the current directory, so
+// that a run leaves nothing in the sources.
+class FileCompareTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    std::string pattern = COMMONHELPERS_TEST_TEMP_ROOT "/commonhelpers-XXXXXX";
+    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+    dir_ = pattern;
+  }
+  void TearDown() override { std::filesystem::remove_all(dir_); }
+
+  std::string Path(const std::string& name) const { return dir_ + "/" + name; }
+
+  // A new file holding `bytes`; returns its path.
+  std::string File(const std::string& bytes) {
+    const std::string path = Path("f" + std::to_string(count_++));
+    FILE* file = fopen(path.c_str(), "wb");
+    fwrite(bytes.data(), 1, bytes.size(), file);
+    fclose(file);
+    return path;
+  }
+
+  std::string dir_;
+  int count_ = 0;
+};
 
 long OpenDescriptors() {
   return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
