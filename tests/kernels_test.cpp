@@ -5,6 +5,7 @@
 
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "internal/simd.h"
@@ -132,6 +133,19 @@ TEST(Kernels, EveryLevelAgreesOnSurrogatesAtEveryOffset) {
       }
     }
   }
+}
+
+// ctest runs each test in a process of its own, so here the level is chosen
+// by whichever thread comes first; ThreadSanitizer watches the choice.
+TEST(Kernels, ManyThreadsAtTheFirstUseGetOneAnswer) {
+  std::vector<std::u16string> answers(8, std::u16string(16, u'x'));
+  std::vector<std::thread> threads;
+  for (std::u16string& answer : answers) {
+    threads.emplace_back(
+        [&answer] { ConvertUtfString("\xE4\xBD\xA0 ok", UTF_8, &answer[0], 16, UTF_16, nullptr); });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(answers, std::vector<std::u16string>(8, std::u16string(u"\x4F60 ok\0xxxxxxxxxxx", 16)));
 }
 
 }  // namespace
