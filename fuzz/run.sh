@@ -23,12 +23,7 @@ for target in "${targets[@]}"; do
   cp -n fuzz/corpus/"$target"/* "$work"/ 2>/dev/null || true
   echo "--- fuzz_$target for ${seconds}s"
   log="fuzz/corpus-work/$target.log"
-  # Records announce lengths of up to 2 GiB; capping an allocation at 32 MiB
-  # keeps the out-of-memory path and the speed (hundreds of exec/s otherwise).
-  limit=256
-  [ "$target" = records ] && limit=32
-  if ! ASAN_OPTIONS="${ASAN_OPTIONS/max_allocation_size_mb=256/max_allocation_size_mb=$limit}" \
-    "build/fuzz/fuzz/fuzz_$target" "$work" -max_total_time="$seconds" -runs=10000000 -timeout=10 \
+  if ! "build/fuzz/fuzz/fuzz_$target" "$work" -max_total_time="$seconds" -runs=10000000 -timeout=10 \
     -rss_limit_mb=4096 -print_final_stats=1 > "$log" 2>&1; then
     tail -n 40 "$log" >&2
     echo "fuzz_$target found a failure; the reproducer (crash-*) is in $(pwd)" >&2
