@@ -72,8 +72,7 @@ TEST(ChopStrings, RemoveOnlySpacesCarriageReturnsAndLineFeeds) {
       {" \tabc\t ", "\tabc\t ", " \tabc\t", "\tabc\t", "0"},
       {"", "", "", "", "0"},
       {"\v\f", "\v\f", "\v\f", "\v\f", "1"},
-      {"\v\xC2\xA0x\x85\f", "\v\xC2\xA0x\x85\f", "\v\xC2\xA0x\x85\f", "\v\xC2\xA0x\x85\f", "0"},
-  };
+      {"\v\xC2\xA0x\x85\f", "\v\xC2\xA0x\x85\f", "\v\xC2\xA0x\x85\f", "\v\xC2\xA0x\x85\f", "0"}};
   for (const auto& row : rows) {
     std::string start = row[0], end = row[0], both = row[0];
     ChopStringStart(start.data());
@@ -111,16 +110,14 @@ TEST(StartsAndEndsWith, IgnoreOnlyAsciiCase) {
   const struct {
     const char *text, *affix;
     BOOL starts, ends;
-  } rows[] = {
-      {"Hello", "he", TRUE, FALSE},
-      {"report.TXT", ".txt", FALSE, TRUE},
-      {"he", "hello", FALSE, FALSE},
-      {"", "", TRUE, TRUE},
-      {"\xC3\x89t\xC3\xA9", "\xC3\xA9t", FALSE, FALSE},
-      {"\xC3\x89X", "\xC3\x89x", TRUE, TRUE},
-      {"\xC9", "\xE9", FALSE, FALSE},
-      {"a[", "A{", FALSE, FALSE},
-  };
+  } rows[] = {{"Hello", "he", TRUE, FALSE},
+              {"report.TXT", ".txt", FALSE, TRUE},
+              {"he", "hello", FALSE, FALSE},
+              {"", "", TRUE, TRUE},
+              {"\xC3\x89t\xC3\xA9", "\xC3\xA9t", FALSE, FALSE},
+              {"\xC3\x89X", "\xC3\x89x", TRUE, TRUE},
+              {"\xC9", "\xE9", FALSE, FALSE},
+              {"a[", "A{", FALSE, FALSE}};
   for (const auto& row : rows) {
     EXPECT_EQ(StartsWith(row.text, row.affix), row.starts) << row.text << " " << row.affix;
     EXPECT_EQ(EndsWith(row.text, row.affix), row.ends) << row.text << " " << row.affix;

@@ -66,8 +66,7 @@ TEST(FullToHalf, NormalizesTextsAndCopiesEverythingElse) {
       {"\xE3\xE3\xE3\xE3", "\xE3\xE3\xE3\xE3"},
       {"\xEF", "\xEF"},
       {"ab\xE3\x80", "ab\xE3\x80"},
-      {"\xEF\xBC\xA1\xEF\xBC", "A\xEF\xBC"},
-  };
+      {"\xEF\xBC\xA1\xEF\xBC", "A\xEF\xBC"}};
   for (auto [text, expected] : rows) EXPECT_EQ(Normalize(text), expected) << text;
   char out[4];
   fullToHalf("\xEF\xBC\xA1", out, nullptr);

@@ -87,8 +87,7 @@ const std::map<std::string, std::function<std::string()>>& Calls() {
       {"ContainsChinese/szText", CALL(ContainsChinese(nullptr, &r))},
       {"IsSameChar/szText", CALL(IsSameChar(nullptr, 'a', 1))},
       {"ConvertUtfString/src", CALL((ConvertUtfString(nullptr, UTF_8, t, 4, UTF_16, &r), 0))},
-      {"ConvertUtfString/dst", CALL((ConvertUtfString("a", UTF_8, nullptr, 4, UTF_16, &r), 0))},
-  };
+      {"ConvertUtfString/dst", CALL((ConvertUtfString("a", UTF_8, nullptr, 4, UTF_16, &r), 0))}};
   return calls;
 }
 

@@ -14,18 +14,16 @@ TEST(Split, ReturnsTheNonEmptyPiecesAndAppendsTheDelimiter) {
   const struct {
     std::string text, delim;
     std::vector<std::string> pieces;
-  } rows[] = {
-      {"a,b,c", ",", {"a", "b", "c"}},
-      {",a,,b,", ",", {"a", "b"}},
-      {"", ",", {}},
-      {",", ",", {}},
-      {"a---b", "--", {"a", "-b"}},
-      {"aXbXXc", "XX", {"aXb", "c"}},
-      {"a-", "--", {"a"}},          // a tail overlapping the appended delimiter
-      {"aXYZb", "XYW", {"aXYZb"}},  // only the third byte differs
-      {"a,b", "", {"a,b"}},
-      {"", "", {}},
-  };
+  } rows[] = {{"a,b,c", ",", {"a", "b", "c"}},
+              {",a,,b,", ",", {"a", "b"}},
+              {"", ",", {}},
+              {",", ",", {}},
+              {"a---b", "--", {"a", "-b"}},
+              {"aXbXXc", "XX", {"aXb", "c"}},
+              {"a-", "--", {"a"}},          // a tail overlapping the appended delimiter
+              {"aXYZb", "XYW", {"aXYZb"}},  // only the third byte differs
+              {"a,b", "", {"a,b"}},
+              {"", "", {}}};
   for (const auto& row : rows) {
     std::string str = row.text;
     EXPECT_EQ(split(str, row.delim), row.pieces) << row.text;
@@ -42,8 +40,7 @@ TEST(StringReplace, ReplacesLeftToRightWithoutCascading) {
   const std::string rows[][4] = {
       {"aaa", "a", "aa", "aaaaaa"}, {"abab", "ab", "b", "bb"},   {"a.b.c", ".", "", "abc"},
       {"abc", "x", "y", "abc"},     {"abc", "abcd", "y", "abc"}, {"aaaa", "aa", "a", "aa"},
-      {"abc", "", "x", "abc"},      {"", "a", "b", ""},          {"xax", "x", "", "a"},
-  };
+      {"abc", "", "x", "abc"},      {"", "a", "b", ""},          {"xax", "x", "", "a"}};
   for (const auto& row : rows) {
     std::string text = row[0];
     StringReplace(text, row[1], row[2]);
@@ -84,8 +81,7 @@ TEST(Trim, RemovesBytesOfTheSetFromEitherEnd) {
       {"   ", " ", "", "", ""},
       {"", " ", "", "", ""},
       {"abc", "", "abc", "abc", "abc"},
-      {"\xE4\xBD\xA0\xA0", "\xA0", "\xE4\xBD\xA0\xA0", "\xE4\xBD", "\xE4\xBD"},
-  };
+      {"\xE4\xBD\xA0\xA0", "\xA0", "\xE4\xBD\xA0\xA0", "\xE4\xBD", "\xE4\xBD"}};
   for (const auto& row : rows) {
     std::string start = row[0], end = row[0], both = row[0];
     EXPECT_EQ(TrimStart(start, row[1]), !row[2].empty());

@@ -73,11 +73,9 @@ TEST(WcsNCmp, ReturnsTheDifferenceWhereTheWalkStopped) {
   const struct {
     std::u16string left, right;
     int count, expected;
-  } rows[] = {
-      {u"abc", u"abd", 2, 0},      {u"abc", u"abd", 3, -1}, {u"ab", u"abc", 5, -99},
-      {u"\xFFFF", u"A", 1, 65470}, {u"b", u"a", 1, 1},      {u"abc", u"abc", 10, 0},
-      {u"abc", u"abd", -1, -1},    {u"abc", u"abc", -7, 0}, {u"", u"", 1, 0},
-  };
+  } rows[] = {{u"abc", u"abd", 2, 0},      {u"abc", u"abd", 3, -1}, {u"ab", u"abc", 5, -99},
+              {u"\xFFFF", u"A", 1, 65470}, {u"b", u"a", 1, 1},      {u"abc", u"abc", 10, 0},
+              {u"abc", u"abd", -1, -1},    {u"abc", u"abc", -7, 0}, {u"", u"", 1, 0}};
   for (const auto& row : rows) {
     RResult result = RESULT_INV_DATA;
     EXPECT_EQ(

@@ -37,8 +37,7 @@ TEST(WcsTok, SplitsAtAnyDelimiterUnitAndEndsOnlyTokens) {
       {u" x ", u" ", u"x|@2"},
       {u"a b,c", u", ", u"a|b|c|@1@3"},
       {u"a,b c", u"", u"a,b c|"},
-      {u"\x4F60\x3002\x597D\x3002", u"\x3002", u"\x4F60|\x597D|@1@3"},
-  };
+      {u"\x4F60\x3002\x597D\x3002", u"\x3002", u"\x4F60|\x597D|@1@3"}};
   for (const auto& row : rows) EXPECT_EQ(Tokens(row[0], row[1]), row[2]);
 }
 
