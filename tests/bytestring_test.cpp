@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <tuple>
 
 #include <commonhelpers/commonhelpers.h>
 #include "support/alloc_failure.h"
@@ -107,20 +108,18 @@ TEST(IsValidInteger, AcceptsSignedDecimalsWithoutLeadingZeros) {
 }
 
 TEST(StartsAndEndsWith, IgnoreOnlyAsciiCase) {
-  const struct {
-    const char *text, *affix;
-    BOOL starts, ends;
-  } rows[] = {{"Hello", "he", TRUE, FALSE},
-              {"report.TXT", ".txt", FALSE, TRUE},
-              {"he", "hello", FALSE, FALSE},
-              {"", "", TRUE, TRUE},
-              {"\xC3\x89t\xC3\xA9", "\xC3\xA9t", FALSE, FALSE},
-              {"\xC3\x89X", "\xC3\x89x", TRUE, TRUE},
-              {"\xC9", "\xE9", FALSE, FALSE},
-              {"a[", "A{", FALSE, FALSE}};
-  for (const auto& row : rows) {
-    EXPECT_EQ(StartsWith(row.text, row.affix), row.starts) << row.text << " " << row.affix;
-    EXPECT_EQ(EndsWith(row.text, row.affix), row.ends) << row.text << " " << row.affix;
+  const std::tuple<const char*, const char*, BOOL, BOOL> rows[] = {
+      {"Hello", "he", TRUE, FALSE},
+      {"report.TXT", ".txt", FALSE, TRUE},
+      {"he", "hello", FALSE, FALSE},
+      {"", "", TRUE, TRUE},
+      {"\xC3\x89t\xC3\xA9", "\xC3\xA9t", FALSE, FALSE},
+      {"\xC3\x89X", "\xC3\x89x", TRUE, TRUE},
+      {"\xC9", "\xE9", FALSE, FALSE},
+      {"a[", "A{", FALSE, FALSE}};
+  for (const auto& [text, affix, starts, ends] : rows) {
+    EXPECT_EQ(StartsWith(text, affix), starts) << text << " " << affix;
+    EXPECT_EQ(EndsWith(text, affix), ends) << text << " " << affix;
   }
 }
 

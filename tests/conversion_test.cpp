@@ -29,10 +29,6 @@ TEST(GetUTF16Text, ReturnsANewZeroFilledWideText) {
     EXPECT_EQ(std::u16string(wsz, wsz + whole.size()), whole);
     free(wsz);
   }
-  RResult result = RESULT_SUCCEEDED;
-  alloc_failure::ScopedFailure failFirst(1);
-  EXPECT_EQ(GetUTF16Text("abc", &result), nullptr);
-  EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
 }
 
 // szText is written on success only; position 715,827,882 is too long to

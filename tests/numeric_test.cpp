@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <tuple>
 #include <vector>
 
 #include <commonhelpers/commonhelpers.h>
@@ -40,16 +41,14 @@ TEST(GetHanWindow, MatchesBitForBitAndReportsWhatTheAllocationGives) {
 TEST(FloatEqual, UsesAbsoluteThenRelativeTolerance) {
   const float kInf = std::numeric_limits<float>::infinity();
   const float kNaN = std::numeric_limits<float>::quiet_NaN();
-  const struct {
-    float alpha, beta;
-    BOOL expected;
-  } rows[] = {{0, 1e-9f, TRUE},     {0, 1e-8f, FALSE},     {1e-9f, -1e-9f, TRUE},
-              {1, 1.02f, TRUE},     {100, 102, TRUE},      {1, 1.0203f, FALSE},
-              {100, 102.1f, FALSE}, {5, -5, FALSE},        {kInf, 1, TRUE},
-              {kNaN, 1, TRUE},      {3e38f, -1e38f, TRUE}, {1.08504415f, 1.10696423f, TRUE}};
-  for (const auto& row : rows) {
-    EXPECT_EQ(FloatEqual(row.alpha, row.beta), row.expected) << row.alpha << " " << row.beta;
-    EXPECT_EQ(FloatEqual(row.beta, row.alpha), row.expected) << row.beta << " " << row.alpha;
+  const std::tuple<float, float, BOOL> rows[] = {
+      {0, 1e-9f, TRUE},     {0, 1e-8f, FALSE},     {1e-9f, -1e-9f, TRUE},
+      {1, 1.02f, TRUE},     {100, 102, TRUE},      {1, 1.0203f, FALSE},
+      {100, 102.1f, FALSE}, {5, -5, FALSE},        {kInf, 1, TRUE},
+      {kNaN, 1, TRUE},      {3e38f, -1e38f, TRUE}, {1.08504415f, 1.10696423f, TRUE}};
+  for (const auto& [alpha, beta, expected] : rows) {
+    EXPECT_EQ(FloatEqual(alpha, beta), expected) << alpha << " " << beta;
+    EXPECT_EQ(FloatEqual(beta, alpha), expected) << beta << " " << alpha;
   }
 }
 

@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <commonhelpers/commonhelpers.h>
@@ -11,23 +12,21 @@ namespace {
 
 // The delimiter is appended to the caller's string unless it is empty.
 TEST(Split, ReturnsTheNonEmptyPiecesAndAppendsTheDelimiter) {
-  const struct {
-    std::string text, delim;
-    std::vector<std::string> pieces;
-  } rows[] = {{"a,b,c", ",", {"a", "b", "c"}},
-              {",a,,b,", ",", {"a", "b"}},
-              {"", ",", {}},
-              {",", ",", {}},
-              {"a---b", "--", {"a", "-b"}},
-              {"aXbXXc", "XX", {"aXb", "c"}},
-              {"a-", "--", {"a"}},          // a tail overlapping the appended delimiter
-              {"aXYZb", "XYW", {"aXYZb"}},  // only the third byte differs
-              {"a,b", "", {"a,b"}},
-              {"", "", {}}};
-  for (const auto& row : rows) {
-    std::string str = row.text;
-    EXPECT_EQ(split(str, row.delim), row.pieces) << row.text;
-    EXPECT_EQ(str, row.text + row.delim);
+  const std::tuple<std::string, std::string, std::vector<std::string>> rows[] = {
+      {"a,b,c", ",", {"a", "b", "c"}},
+      {",a,,b,", ",", {"a", "b"}},
+      {"", ",", {}},
+      {",", ",", {}},
+      {"a---b", "--", {"a", "-b"}},
+      {"aXbXXc", "XX", {"aXb", "c"}},
+      {"a-", "--", {"a"}},          // a tail overlapping the appended delimiter
+      {"aXYZb", "XYW", {"aXYZb"}},  // only the third byte differs
+      {"a,b", "", {"a,b"}},
+      {"", "", {}}};
+  for (const auto& [text, delim, pieces] : rows) {
+    std::string str = text;
+    EXPECT_EQ(split(str, delim), pieces) << text;
+    EXPECT_EQ(str, text + delim);
   }
 }
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <tuple>
 
 #include <commonhelpers/commonhelpers.h>
 #include "support/alloc_failure.h"
@@ -20,24 +21,18 @@ TEST(WcsLen, CountsUnitsBeforeTheFirstZero) {
 
 // Nothing is written unless the text and its terminator fit.
 TEST(WcsCpy, WritesOnlyWhenTextAndTerminatorFit) {
-  const struct {
-    std::u16string source;
-    int capacity;
-    RResult expected;
-  } rows[] = {{u"abc", 4, RESULT_SUCCEEDED},
-              {u"abc", 3, RESULT_INV_DATA},
-              {u"", 1, RESULT_SUCCEEDED},
-              {u"", 0, RESULT_INV_DATA},
-              {u"abc", -1, RESULT_INV_ARGUMENT}};
-  for (const auto& row : rows) {
-    std::vector<USHORT> dest(8, 0xCCCC);
+  const std::tuple<std::u16string, int, RResult> rows[] = {{u"abc", 4, RESULT_SUCCEEDED},
+                                                           {u"abc", 3, RESULT_INV_DATA},
+                                                           {u"", 1, RESULT_SUCCEEDED},
+                                                           {u"", 0, RESULT_INV_DATA},
+                                                           {u"abc", -1, RESULT_INV_ARGUMENT}};
+  for (const auto& [source, capacity, code] : rows) {
+    std::vector<USHORT> dest(8, 0xCCCC), expected(8, 0xCCCC);
     RResult result = RESULT_SUCCEEDED;
-    WcsCpy(dest.data(), row.capacity, wide::Buffer(row.source).data(), &result);
-    EXPECT_EQ(result, row.expected) << row.capacity;
-    std::vector<USHORT> expected(8, 0xCCCC);
-    if (row.expected == RESULT_SUCCEEDED)
-      std::copy(row.source.begin(), row.source.end() + 1, expected.begin());
-    EXPECT_EQ(dest, expected) << row.capacity;
+    WcsCpy(dest.data(), capacity, wide::Buffer(source).data(), &result);
+    EXPECT_EQ(result, code) << capacity;
+    if (code == RESULT_SUCCEEDED) std::copy(source.begin(), source.end() + 1, expected.begin());
+    EXPECT_EQ(dest, expected) << capacity;
   }
   // Overlapping buffers copy as if through a temporary.
   std::vector<USHORT> buffer = wide::Buffer(u"abc\0\0\0");
@@ -70,17 +65,14 @@ TEST(WcsCatch, JoinsIntoANewBufferAndReleasesTheFirstOnSuccess) {
 }
 
 TEST(WcsNCmp, ReturnsTheDifferenceWhereTheWalkStopped) {
-  const struct {
-    std::u16string left, right;
-    int count, expected;
-  } rows[] = {{u"abc", u"abd", 2, 0},      {u"abc", u"abd", 3, -1}, {u"ab", u"abc", 5, -99},
-              {u"\xFFFF", u"A", 1, 65470}, {u"b", u"a", 1, 1},      {u"abc", u"abc", 10, 0},
-              {u"abc", u"abd", -1, -1},    {u"abc", u"abc", -7, 0}, {u"", u"", 1, 0}};
-  for (const auto& row : rows) {
+  const std::tuple<std::u16string, std::u16string, int, int> rows[] = {
+      {u"abc", u"abd", 2, 0},      {u"abc", u"abd", 3, -1}, {u"ab", u"abc", 5, -99},
+      {u"\xFFFF", u"A", 1, 65470}, {u"b", u"a", 1, 1},      {u"abc", u"abc", 10, 0},
+      {u"abc", u"abd", -1, -1},    {u"abc", u"abc", -7, 0}, {u"", u"", 1, 0}};
+  for (const auto& [left, right, count, expected] : rows) {
     RResult result = RESULT_INV_DATA;
-    EXPECT_EQ(
-        WcsNCmp(wide::Buffer(row.left).data(), wide::Buffer(row.right).data(), row.count, &result),
-        row.expected);
+    EXPECT_EQ(WcsNCmp(wide::Buffer(left).data(), wide::Buffer(right).data(), count, &result),
+              expected);
     EXPECT_EQ(result, RESULT_SUCCEEDED);
   }
 }
