@@ -3,6 +3,9 @@
 // destination buffer, byte for byte, also past the terminator.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <random>
 #include <string>
 #include <thread>
@@ -132,6 +135,27 @@ TEST(Kernels, EveryLevelAgreesOnSurrogatesAtEveryOffset) {
         }
       }
     }
+  }
+}
+
+// The scalar level first, then the ones that this build has and the CPU
+// runs, narrowest first. COMMONHELPERS_SIMD, read in a fresh process, picks
+// its level when there is one, else the widest.
+TEST(Kernels, LevelsStartWithTheScalarOneAndTheEnvironmentPicksAmongThem) {
+  const std::vector<std::string> kOrder = {"scalar", "sse2", "avx2", "avx512"};
+  std::vector<std::string> names;
+  for (const Kernels* level : Levels()) names.push_back(level->name);
+  ASSERT_LE(names.size(), kOrder.size());
+  EXPECT_EQ(names, std::vector<std::string>(kOrder.begin(), kOrder.begin() + names.size()));
+  for (const std::string asked : {"scalar", "sse2", "avx2", "avx512", "neon"}) {
+    const bool present = std::find(names.begin(), names.end(), asked) != names.end();
+    EXPECT_EXIT(
+        {
+          setenv("COMMONHELPERS_SIMD", asked.c_str(), 1);
+          fputs(commonhelpers_internal::ActiveKernels().name, stderr);
+          exit(0);
+        },
+        ::testing::ExitedWithCode(0), "^" + (present ? asked : names.back()) + "$");
   }
 }
 

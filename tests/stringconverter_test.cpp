@@ -55,6 +55,7 @@ TEST(ConvertUtfString, RejectsMalformedUtf8AndKeepsThePrefixBeforeIt) {
       {"\xE4\xBDz", ""},
       {"\xF0\x9F\x98z", ""},
       {"\xC3z", ""},
+      {"a\xC3\xC0", "a"},
       {"abcdefghijklmnopqrstu\x80", "abcdefghijklmnopqrstu"}};
   for (const auto& [bytes, prefix] : rows) {
     const Converted<char16_t> out = Convert<char16_t>(bytes);
