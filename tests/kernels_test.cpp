@@ -139,14 +139,17 @@ TEST(Kernels, EveryLevelAgreesOnSurrogatesAtEveryOffset) {
 }
 
 // The scalar level first, then the ones that this build has and the CPU
-// runs, narrowest first. COMMONHELPERS_SIMD, read in a fresh process, picks
-// its level when there is one, else the widest.
+// runs, narrowest first. COMMONHELPERS_SIMD, read in a fresh process (a
+// "threadsafe" death test runs the binary anew), picks its level when there is
+// one, else the widest.
 TEST(Kernels, LevelsStartWithTheScalarOneAndTheEnvironmentPicksAmongThem) {
   const std::vector<std::string> kOrder = {"scalar", "sse2", "avx2", "avx512"};
   std::vector<std::string> names;
   for (const Kernels* level : Levels()) names.push_back(level->name);
   ASSERT_LE(names.size(), kOrder.size());
   EXPECT_EQ(names, std::vector<std::string>(kOrder.begin(), kOrder.begin() + names.size()));
+  const std::string style = GTEST_FLAG_GET(death_test_style);
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
   for (const std::string asked : {"scalar", "sse2", "avx2", "avx512", "neon"}) {
     const bool present = std::find(names.begin(), names.end(), asked) != names.end();
     EXPECT_EXIT(
@@ -157,6 +160,7 @@ TEST(Kernels, LevelsStartWithTheScalarOneAndTheEnvironmentPicksAmongThem) {
         },
         ::testing::ExitedWithCode(0), "^" + (present ? asked : names.back()) + "$");
   }
+  GTEST_FLAG_SET(death_test_style, style);
 }
 
 // ctest runs each test in a process of its own, so here the level is chosen
