@@ -1,6 +1,5 @@
 #include "support/alloc_failure.h"
 
-#include <csignal>
 #include <cstddef>
 
 extern "C" void* __real_malloc(size_t size);
@@ -62,20 +61,3 @@ long ForEachFailure(const std::function<void()>& call, const std::function<void(
 }
 
 }  // namespace alloc_failure
-
-// Present in coverage builds only. A death-test child ends in abort() before
-// gcov writes its counts; writing them first shows the fatal paths covered.
-extern "C" void __gcov_dump() __attribute__((weak));
-
-namespace {
-
-void DumpCoverageAndAbort(int) {
-  __gcov_dump();
-  signal(SIGABRT, SIG_DFL);
-  raise(SIGABRT);
-}
-
-[[maybe_unused]] const bool kCoverageDumpedOnAbort =
-    __gcov_dump != nullptr && signal(SIGABRT, DumpCoverageAndAbort) != SIG_ERR;
-
-}  // namespace

@@ -4,7 +4,6 @@
 #define COMMONHELPERS_TESTS_SUPPORT_WIDE_H_
 
 #include <algorithm>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -17,14 +16,6 @@ inline std::vector<USHORT> Buffer(std::u16string_view text) {
   std::vector<USHORT> units(text.begin(), text.end());
   units.push_back(0);
   return units;
-}
-
-// A malloc'd terminated copy of `text`, for functions that take ownership.
-inline USHORT* Heap(std::u16string_view text) {
-  auto* wsz = static_cast<USHORT*>(malloc((text.size() + 1) * sizeof(USHORT)));
-  std::copy(text.begin(), text.end(), wsz);
-  wsz[text.size()] = 0;
-  return wsz;
 }
 
 // The units of `wsz` up to its terminator.
