@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <future>
 #include <string>
 #include <thread>
@@ -19,25 +20,17 @@ namespace {
 // that a run leaves nothing in the sources.
 class FileCompareTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    std::string pattern = COMMONHELPERS_TEST_TEMP_ROOT "/commonhelpers-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    dir_ = pattern;
-  }
   void TearDown() override { std::filesystem::remove_all(dir_); }
-
   std::string Path(const std::string& name) const { return dir_ + "/" + name; }
 
   // A new file holding `bytes`; returns its path.
   std::string File(const std::string& bytes) {
     const std::string path = Path("f" + std::to_string(count_++));
-    FILE* file = fopen(path.c_str(), "wb");
-    fwrite(bytes.data(), 1, bytes.size(), file);
-    fclose(file);
+    std::ofstream(path, std::ios::binary) << bytes;
     return path;
   }
 
-  std::string dir_;
+  std::string dir_ = mkdtemp(std::string(COMMONHELPERS_TEST_TEMP_ROOT "/compare-XXXXXX").data());
   int count_ = 0;
 };
 
