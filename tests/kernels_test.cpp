@@ -137,14 +137,18 @@ TEST(Kernels, LevelsStartWithTheScalarOneAndTheEnvironmentPicksAmongThem) {
   const std::string style = GTEST_FLAG_GET(death_test_style);
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   for (const std::string asked : {"scalar", "sse2", "avx2", "avx512", "neon"}) {
-    const bool present = std::find(names.begin(), names.end(), asked) != names.end();
+    // The child judges by its own list: under valgrind only the parent is
+    // emulated, without AVX-512.
     EXPECT_EXIT(
         {
           setenv("COMMONHELPERS_SIMD", asked.c_str(), 1);
-          fputs(commonhelpers_internal::ActiveKernels().name, stderr);
-          exit(0);
+          const std::vector<const Kernels*> levels = Levels();
+          const Kernels* expected = levels.back();
+          for (const Kernels* level : levels) expected = level->name == asked ? level : expected;
+          exit(&commonhelpers_internal::ActiveKernels() == expected ? 0 : 1);
         },
-        ::testing::ExitedWithCode(0), "^" + (present ? asked : names.back()) + "$");
+        ::testing::ExitedWithCode(0), "")
+        << asked;
   }
   GTEST_FLAG_SET(death_test_style, style);
 }
