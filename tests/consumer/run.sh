@@ -62,4 +62,9 @@ if ! diff "$work/declared" "$work/exported"; then
   echo "the shared library's exports differ from the declared functions" >&2
   exit 1
 fi
+sed -n 's/^| `\([A-Za-z0-9_]*\)` | .*/\1/p' "$root/docs/api.md" | sort -u > "$work/documented"
+if comm -23 "$work/declared" "$work/documented" | grep .; then
+  echo "docs/api.md's null-argument table has no row for the functions above" >&2
+  exit 1
+fi
 echo "consumer test passed"
