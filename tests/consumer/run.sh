@@ -3,10 +3,11 @@
 # prefix given only at install time, runs the installed tool, and builds and
 # runs examples/normalize_line outside the tree against the library, found
 # once through CMake's package and once through pkg-config. Then builds the
-# same source with the library added as a subdirectory. GoogleTest is hidden from every
-# configure step: neither an install nor a subdirectory may need it.
+# same source with the library added as a subdirectory. GoogleTest is hidden
+# from every configure step: neither an install nor a subdirectory may need it.
 # For the shared library, checks the SONAME and that it exports exactly the
-# functions its headers declare.
+# functions its headers declare, each with a row in docs/api.md's null-argument
+# table.
 set -euo pipefail
 root="$(cd "$(dirname "$0")/../.." && pwd)"
 work="$(mktemp -d)"
