@@ -3,8 +3,10 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <tuple>
+#include <vector>
 
 #include <commonhelpers/commonhelpers.h>
 #include "support/alloc_failure.h"
