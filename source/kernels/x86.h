@@ -8,6 +8,10 @@
 
 namespace commonhelpers_internal {
 
+void Sse2AsciiRun8To16(const uint8_t* src, size_t n, size_t& i, uint16_t* dst, size_t cap,
+                       size_t& o);
+void Sse2AsciiRun16To8(const uint16_t* src, size_t n, size_t& i, uint8_t* dst, size_t cap,
+                       size_t& o);
 void Sse2ThreeByteRun8To16(const uint8_t* src, size_t n, size_t& i, uint16_t* dst, size_t cap,
                            size_t& o);
 void Sse2ThreeByteRun16To8(const uint16_t* src, size_t n, size_t& i, uint8_t* dst, size_t cap,
