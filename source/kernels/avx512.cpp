@@ -6,6 +6,7 @@
 #include <immintrin.h>
 
 #include <cstdint>
+#include <cstring>
 
 #include "kernels/x86.h"
 
@@ -152,6 +153,69 @@ CH_TARGET void Avx512ThreeByteRun8To16(const uint8_t* src, size_t n, size_t& ri,
   Sse2ThreeByteRun8To16(src, n, ri, dst, cap, ro);
 }
 
+// As SSE2's MayChange, on 64 bytes.
+CH_TARGET uint64_t MayChange(__m512i block, __m512i next, __m512i third) {
+  const __m512i kLow6 = _mm512_set1_epi8(0x3F);
+  const __m512i next6 = _mm512_and_si512(next, kLow6);
+  const uint64_t nextZero = _mm512_testn_epi8_mask(next, kLow6);
+  const uint64_t u3000 = _mm512_cmpeq_epi8_mask(block, _mm512_set1_epi8(static_cast<char>(0xE3))) &
+                         nextZero & _mm512_testn_epi8_mask(third, kLow6);
+  const uint64_t u2000 = _mm512_cmpeq_epi8_mask(block, _mm512_set1_epi8(static_cast<char>(0xE2))) &
+                         (nextZero | _mm512_cmpeq_epi8_mask(next6, _mm512_set1_epi8(0x11)));
+  const uint64_t uFF00 =
+      _mm512_cmpeq_epi8_mask(block, _mm512_set1_epi8(static_cast<char>(0xEF))) &
+      _mm512_cmpeq_epi8_mask(_mm512_or_si512(next6, _mm512_set1_epi8(1)), _mm512_set1_epi8(0x3D));
+  return u3000 | u2000 | uFF00;
+}
+
+// Copies the `cb` bytes up to the next unit as they are (in place, the two
+// ranges overlap) and stores the positions.
+void CopyAsIs(const uint8_t* in, size_t cb, size_t i, size_t& ri, uint8_t* out, size_t o,
+              size_t& ro) {
+  memmove(out + o, in + i, cb);
+  ri = i + cb;
+  ro = o + cb;
+}
+
+// As SSE2's, 64 bytes at a time; the last blocks are SSE2's.
+CH_TARGET size_t Avx512FullWidthBlocks(const uint8_t* in, size_t n, size_t& ri, uint8_t* out,
+                                       size_t& ro) {
+  const __m512i kHighNibble = _mm512_set1_epi8(static_cast<char>(0xF0));
+  const __m512i kLead = _mm512_set1_epi8(static_cast<char>(0xE0));
+  size_t i = ri;
+  size_t o = ro;
+  size_t cbAsIs = 0;
+  while (n - i >= 66) {
+    const __m512i block = _mm512_loadu_si512(in + i);
+    if (_mm512_movepi8_mask(block) == 0) {
+      _mm512_storeu_si512(out + o, block);  // all ASCII
+      cbAsIs = 0;
+      i += 64;
+      o += 64;
+      continue;
+    }
+    const uint64_t notLead = ~uint64_t{0} << cbAsIs;
+    const uint64_t leads =
+        notLead & _mm512_cmpeq_epi8_mask(_mm512_and_si512(block, kHighNibble), kLead);
+    if ((leads & ((leads << 1) | (leads << 2))) != 0) {
+      CopyAsIs(in, cbAsIs, i, ri, out, o, ro);
+      return kFullWidthExactStep;
+    }
+    const uint64_t changing =
+        notLead & MayChange(block, _mm512_loadu_si512(in + i + 1), _mm512_loadu_si512(in + i + 2));
+    if (changing != 0) {
+      CopyAsIs(in, static_cast<size_t>(__builtin_ctzll(changing)), i, ri, out, o, ro);
+      return 1;
+    }
+    _mm512_storeu_si512(out + o, block);
+    cbAsIs = ((leads >> 62) & 1) | ((leads >> 63) << 1);
+    i += 64;
+    o += 64;
+  }
+  CopyAsIs(in, cbAsIs, i, ri, out, o, ro);
+  return Sse2FullWidthBlocks(in, n, ri, out, ro);
+}
+
 // As SSE2's, 64 bytes at a time; the mask has one bit per unit.
 CH_TARGET __attribute__((no_sanitize_address)) size_t Avx512TerminatedLength16(
     const uint16_t* text) {
@@ -175,7 +239,7 @@ extern const Kernels kAvx512Kernels = {"avx512",
                                        Avx512AsciiRun16To8,
                                        Avx512ThreeByteRun8To16,
                                        Sse2ThreeByteRun16To8,
-                                       Sse2FullWidthBlocks,
+                                       Avx512FullWidthBlocks,
                                        Avx512TerminatedLength16};
 
 }  // namespace commonhelpers_internal
