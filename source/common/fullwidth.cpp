@@ -82,7 +82,8 @@ void commonhelpers_internal::FullToHalfWith(const Kernels& kernels, const char* 
   // The length is found a stretch at a time, ahead of the blocks, so that
   // they read what the scan has just brought into the cache. `n` counts the
   // bytes known to come before the terminator, all of them once `whole`; it
-  // grows before the exact path can come within a stretch of it.
+  // grows whenever the blocks leave less than half a stretch of it, so that
+  // the exact path never takes its end for the terminator.
   size_t n = strnlen(sFullStr, kStretch);
   bool whole = n < kStretch;
   size_t i = 0;
