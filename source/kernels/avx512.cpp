@@ -6,7 +6,6 @@
 #include <immintrin.h>
 
 #include <cstdint>
-#include <cstring>
 
 #include "kernels/x86.h"
 
@@ -166,15 +165,6 @@ CH_TARGET uint64_t MayChange(__m512i block, __m512i next, __m512i third) {
       _mm512_cmpeq_epi8_mask(block, _mm512_set1_epi8(static_cast<char>(0xEF))) &
       _mm512_cmpeq_epi8_mask(_mm512_or_si512(next6, _mm512_set1_epi8(1)), _mm512_set1_epi8(0x3D));
   return u3000 | u2000 | uFF00;
-}
-
-// Copies the `cb` bytes up to the next unit as they are (in place, the two
-// ranges overlap) and stores the positions.
-void CopyAsIs(const uint8_t* in, size_t cb, size_t i, size_t& ri, uint8_t* out, size_t o,
-              size_t& ro) {
-  memmove(out + o, in + i, cb);
-  ri = i + cb;
-  ro = o + cb;
 }
 
 // As SSE2's, 64 bytes at a time; the last blocks are SSE2's.
