@@ -68,6 +68,11 @@ TEST(FullToHalf, NormalizesTextsAndCopiesEverythingElse) {
       {"ab\xE3\x80", "ab\xE3\x80"},
       {"\xEF\xBC\xA1\xEF\xBC", "A\xEF\xBC"}};
   for (auto [text, expected] : rows) EXPECT_EQ(Normalize(text), expected) << text;
+  for (const char* head : {"", "x", "xy"}) {  // long: a character across every edge of the scan
+    std::string text = head, expected = head;
+    for (int k = 0; k < 12000; ++k, expected += 'A') text += "\xEF\xBC\xA1";
+    EXPECT_EQ(Normalize(text), expected) << head;
+  }
   char out[4];
   fullToHalf("\xEF\xBC\xA1", out, nullptr);
   EXPECT_STREQ(out, "A");

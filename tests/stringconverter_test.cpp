@@ -105,6 +105,10 @@ TEST(ConvertUtfString, ConvertsEveryPairAcrossTheEncodingBoundaries) {
   EXPECT_EQ(Convert<char32_t>(utf16).text, text);
   EXPECT_EQ(Convert<char32_t>(text).text, text);
   EXPECT_EQ(Convert<char32_t>(text).result, RESULT_SUCCEEDED);
+  std::u32string longText;  // characters across the edges of the stretches UTF-8 is scanned in
+  for (int k = 0; k < 1500; ++k) longText += text;
+  const int room = static_cast<int>(longText.size() * 4 + 1);
+  EXPECT_EQ(Convert<char32_t>(Convert<char>(longText, room).text, room).text, longText);
 }
 
 // From each source form into each destination form and size, the longest

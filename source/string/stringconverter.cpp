@@ -189,27 +189,57 @@ void Runs(const Kernels& kernels, const uint16_t* src, size_t n, size_t& i, uint
   kernels.threeByteRun16To8(src, n, i, dst, cap, o);
 }
 
-// The given table's scan for UTF-16, so that one table serves a whole call.
+// The units known to come before the terminator: all of them once `whole`.
+// UTF-8 is scanned a stretch at a time, ahead of the conversion, so that the
+// runs read what the scan has just brought into the cache; UTF-16 with the
+// given table's scan, so that one table serves a whole call.
+struct Known {
+  size_t n;
+  bool whole;
+};
+
+constexpr size_t kStretch = 16384;
+
 template <typename Src>
-size_t SourceLength(const Kernels&, const Src* src) {
-  return TerminatedLength(src);
+Known SourceLength(const Kernels&, const Src* src) {
+  return {TerminatedLength(src), true};
 }
 
-size_t SourceLength(const Kernels& kernels, const uint16_t* src) {
-  return kernels.terminatedLength16(src);
+Known SourceLength(const Kernels& kernels, const uint16_t* src) {
+  return {kernels.terminatedLength16(src), true};
+}
+
+Known SourceLength(const Kernels&, const uint8_t* src) {
+  const size_t n = strnlen(reinterpret_cast<const char*>(src), kStretch);
+  return {n, n < kStretch};
+}
+
+// Grows the known part whenever the conversion at `i` comes within half a
+// stretch of its end, so that the decoder never takes that end for the
+// terminator.
+template <typename Src>
+void Grow(const Src*, size_t, Known&) {}
+
+void Grow(const uint8_t* src, size_t i, Known& known) {
+  if (!known.whole && known.n - i < kStretch / 2) {
+    const size_t cbMore = strnlen(reinterpret_cast<const char*>(src) + known.n, kStretch);
+    known.whole = cbMore < kStretch;
+    known.n += cbMore;
+  }
 }
 
 template <typename Src, typename Dst>
 RResult Convert(const Kernels& kernels, const Src* src, Dst* dst, size_t cap) {
-  const size_t n = SourceLength(kernels, src);
+  Known known = SourceLength(kernels, src);
   size_t i = 0;
   size_t o = 0;
   RResult result = RESULT_SUCCEEDED;
-  while (i < n) {
-    Runs(kernels, src, n, i, dst, cap, o);
-    if (i == n) break;
+  while (i < known.n) {
+    Runs(kernels, src, known.n, i, dst, cap, o);
+    Grow(src, i, known);
+    if (i == known.n) break;
     size_t next = i;
-    const uint32_t cp = Decode(src, n, next);
+    const uint32_t cp = Decode(src, known.n, next);
     if (cp == kMalformed || !Encode(dst, cap, o, cp)) {
       result = RESULT_INV_DATA;
       break;
