@@ -25,7 +25,8 @@ TEST(GetHanWindow, MatchesBitForBitAndReportsWhatTheAllocationGives) {
     float* window = GetHanWindow(static_cast<int>(values.size()), &result);
     EXPECT_EQ(result, RESULT_SUCCEEDED);
     ASSERT_NE(window, nullptr);
-    EXPECT_EQ(memcmp(window, values.data(), values.size() * sizeof(float)), 0) << values.size();
+    EXPECT_TRUE(values.empty() || memcmp(window, values.data(), values.size() * sizeof(float)) == 0)
+        << values.size();
     free(window);
   }
   RResult result = RESULT_SUCCEEDED;
