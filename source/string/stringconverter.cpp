@@ -176,12 +176,14 @@ void Runs(const Kernels&, const Src* src, size_t n, size_t& i, Dst* dst, size_t 
 }
 
 // English text is mostly ASCII and Chinese text mostly three-byte
-// characters (U+0800..U+FFFF): both run without the general decoder. The
-// three-byte run is tried only at a three-byte lead, which spares English
-// text a call at each of its few other characters.
+// characters (U+0800..U+FFFF): both run without the general decoder. Each run
+// is tried only where its first character is of its kind, which spares a
+// text a call at each character that starts the other kind of run.
 void Runs(const Kernels& kernels, const uint8_t* src, size_t n, size_t& i, uint16_t* dst,
           size_t cap, size_t& o) {
-  kernels.asciiRun8To16(src, n, i, dst, cap, o);
+  if (src[i] < 0x80) {
+    kernels.asciiRun8To16(src, n, i, dst, cap, o);
+  }
   if (i < n && (src[i] & 0xF0) == 0xE0) {
     kernels.threeByteRun8To16(src, n, i, dst, cap, o);
   }
@@ -189,8 +191,12 @@ void Runs(const Kernels& kernels, const uint8_t* src, size_t n, size_t& i, uint1
 
 void Runs(const Kernels& kernels, const uint16_t* src, size_t n, size_t& i, uint8_t* dst,
           size_t cap, size_t& o) {
-  kernels.asciiRun16To8(src, n, i, dst, cap, o);
-  kernels.threeByteRun16To8(src, n, i, dst, cap, o);
+  if (src[i] < 0x80) {
+    kernels.asciiRun16To8(src, n, i, dst, cap, o);
+  }
+  if (i < n && src[i] >= 0x800) {
+    kernels.threeByteRun16To8(src, n, i, dst, cap, o);
+  }
 }
 
 // The units known to come before the terminator: all of them once `whole`.
