@@ -172,7 +172,7 @@ CH_TARGET size_t Avx2FullWidthBlocks(const uint8_t* in, size_t n, size_t& ri, ui
 }
 
 // As SSE2's, 32 bytes at a time.
-CH_TARGET __attribute__((no_sanitize_address)) size_t Avx2TerminatedLength16(const uint16_t* text) {
+CH_TARGET CH_WHOLE_BLOCKS size_t Avx2TerminatedLength16(const uint16_t* text) {
   const uintptr_t start = reinterpret_cast<uintptr_t>(text);
   const __m256i* block = reinterpret_cast<const __m256i*>(start & ~uintptr_t{31});
   const __m256i zero = _mm256_setzero_si256();

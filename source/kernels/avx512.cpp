@@ -207,8 +207,7 @@ CH_TARGET size_t Avx512FullWidthBlocks(const uint8_t* in, size_t n, size_t& ri, 
 }
 
 // As SSE2's, 64 bytes at a time; the mask has one bit per unit.
-CH_TARGET __attribute__((no_sanitize_address)) size_t Avx512TerminatedLength16(
-    const uint16_t* text) {
+CH_TARGET CH_WHOLE_BLOCKS size_t Avx512TerminatedLength16(const uint16_t* text) {
   const uintptr_t start = reinterpret_cast<uintptr_t>(text);
   const __m512i* block = reinterpret_cast<const __m512i*>(start & ~uintptr_t{63});
   const __m512i zero = _mm512_setzero_si512();

@@ -239,12 +239,10 @@ CH_TARGET size_t Sse2FullWidthBlocks(const uint8_t* in, size_t n, size_t& i, uin
 }
 
 // Reads the aligned 16-byte blocks from the one that holds text[0] to the one
-// that holds the terminator, bytes before the text and past its end included.
-// No aligned block crosses a page, so this never faults; AddressSanitizer
-// would still report the bytes outside the text, hence the attribute (the
-// same in the wider levels). Those bytes only ever meet a mask or lie after
-// the first zero unit.
-CH_TARGET __attribute__((no_sanitize_address)) size_t Sse2TerminatedLength16(const uint16_t* text) {
+// that holds the terminator, bytes before the text and past its end included
+// (see CH_WHOLE_BLOCKS; the same in the wider levels). Those bytes only ever
+// meet a mask or lie after the first zero unit.
+CH_TARGET CH_WHOLE_BLOCKS size_t Sse2TerminatedLength16(const uint16_t* text) {
   const uintptr_t start = reinterpret_cast<uintptr_t>(text);
   const __m128i* block = reinterpret_cast<const __m128i*>(start & ~uintptr_t{15});
   const __m128i zero = _mm_setzero_si128();

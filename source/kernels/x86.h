@@ -30,6 +30,12 @@ inline void CopyAsIs(const uint8_t* in, size_t cb, size_t i, size_t& ri, uint8_t
   ro = o + cb;
 }
 
+// For the length scans, which read whole aligned blocks around the text: no
+// aligned block crosses a page, so this never faults, but the sanitizers
+// would report the bytes outside the text (AddressSanitizer as an overflow,
+// ThreadSanitizer as a use of freed memory), so they are told not to look.
+#define CH_WHOLE_BLOCKS __attribute__((no_sanitize("address", "thread")))
+
 extern const Kernels kSse2Kernels;
 extern const Kernels kAvx2Kernels;
 extern const Kernels kAvx512Kernels;
