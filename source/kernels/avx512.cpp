@@ -89,10 +89,15 @@ CH_TARGET void Avx512AsciiRun16To8(const uint16_t* src, size_t n, size_t& ri, ui
 
 CH_TARGET void Avx512ThreeByteRun8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* dst,
                                        size_t cap, size_t& ro) {
-  // A run shorter than a block is not worth one: in mostly ASCII text a run is
-  // one character, in Chinese text with markup a few. Only when the 2nd and
-  // the 16th characters start three-byte forms too does the block loop try.
-  if (n - ri < 48 || (src[ri + 3] & 0xF0) != 0xE0 || (src[ri + 45] & 0xF0) != 0xE0) {
+  // Less than a block goes to SSE2's run at once. A run shorter than a block
+  // is not worth one: in mostly ASCII text a run is one character, in Chinese
+  // text with markup a few. Only when the 2nd and the 16th characters start
+  // three-byte forms too does the block loop try.
+  if (n - ri < 96) {
+    Sse2ThreeByteRun8To16(src, n, ri, dst, cap, ro);
+    return;
+  }
+  if ((src[ri + 3] & 0xF0) != 0xE0 || (src[ri + 45] & 0xF0) != 0xE0) {
     ThreeByteRun8To16(src, n, ri, dst, cap, ro);
     return;
   }
