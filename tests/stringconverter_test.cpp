@@ -115,7 +115,7 @@ TEST(ConvertUtfString, ConvertsEveryPairAcrossTheEncodingBoundaries) {
 // prefix of whole characters that fits in dstSize - 1 units; success exactly
 // when all of it fits.
 TEST(ConvertUtfString, NeverSplitsACharacterWhenTheDestinationIsShort) {
-  const std::u32string chars = {'a', 'b', 0xE9, 0x4F60, 0x1F600, 'c', 'd'};
+  const std::u32string chars = {'a', 0xE9, 'b', 0x4F60, 'c', 0x1F600, 'd'};
   auto check = [&](auto source, auto unit) {
     using Dst = decltype(unit);
     const std::basic_string<Dst> whole = Convert<Dst>(chars).text;
