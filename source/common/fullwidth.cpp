@@ -11,13 +11,15 @@
 
 #include <commonhelpers/commonhelpers.h>
 #include "internal/simd.h"
+#include "internal/terminated_length.h"
 
 namespace {
 
+using commonhelpers_internal::FirstStretch;
+using commonhelpers_internal::GrowNear;
 using commonhelpers_internal::Kernels;
 using commonhelpers_internal::kFullWidthExactStep;
-
-constexpr size_t kStretch = 16384;
+using commonhelpers_internal::KnownLength;
 
 bool IsThreeByteLead(uint8_t b) { return (b & 0xF0) == 0xE0; }
 
@@ -79,22 +81,15 @@ void commonhelpers_internal::FullToHalfWith(const Kernels& kernels, const char* 
                                             char* sHalfStr) {
   const uint8_t* in = reinterpret_cast<const uint8_t*>(sFullStr);
   uint8_t* out = reinterpret_cast<uint8_t*>(sHalfStr);
-  // The length is found a stretch at a time, ahead of the blocks, so that
-  // they read what the scan has just brought into the cache. `n` counts the
-  // bytes known to come before the terminator, all of them once `whole`; it
-  // grows whenever the blocks leave less than half a stretch of it, so that
-  // the exact path never takes its end for the terminator.
-  size_t n = strnlen(sFullStr, kStretch);
-  bool whole = n < kStretch;
+  // The length is found a stretch at a time, ahead of the blocks (see
+  // FirstStretch).
+  KnownLength known = FirstStretch(sFullStr);
   size_t i = 0;
   size_t o = 0;
-  while (i < n) {
-    const size_t cbExact = kernels.fullWidthBlocks(in, n, i, out, o);
-    if (!whole && n - i < kStretch / 2) {
-      const size_t cbMore = strnlen(sFullStr + n, kStretch);
-      whole = cbMore < kStretch;
-      n += cbMore;
-    }
+  while (i < known.n) {
+    const size_t cbExact = kernels.fullWidthBlocks(in, known.n, i, out, o);
+    GrowNear(sFullStr, i, known);
+    const size_t n = known.n;
     NormalizeUnits(in, n, i, n - i > cbExact ? i + cbExact : n, out, o);
   }
   out[o] = 0;

@@ -33,7 +33,10 @@ namespace {
 
 using commonhelpers_internal::ActiveKernels;
 using commonhelpers_internal::ConvertUtfStringWith;
+using commonhelpers_internal::FirstStretch;
+using commonhelpers_internal::GrowNear;
 using commonhelpers_internal::Kernels;
+using commonhelpers_internal::KnownLength;
 using commonhelpers_internal::ScanToTerminator;
 using commonhelpers_internal::TerminatedLength;
 
@@ -199,48 +202,32 @@ void Runs(const Kernels& kernels, const uint16_t* src, size_t n, size_t& i, uint
   }
 }
 
-// The units known to come before the terminator: all of them once `whole`.
-// UTF-8 is scanned a stretch at a time, ahead of the conversion, so that the
-// runs read what the scan has just brought into the cache; UTF-16 with the
-// given table's scan, so that one table serves a whole call.
-struct Known {
-  size_t n;
-  bool whole;
-};
-
-constexpr size_t kStretch = 16384;
-
+// The units known to come before the terminator: UTF-8 a stretch at a time
+// (see FirstStretch); UTF-16 with the given table's scan, so that one table
+// serves a whole call.
 template <typename Src>
-Known SourceLength(const Kernels&, const Src* src) {
+KnownLength SourceLength(const Kernels&, const Src* src) {
   return {TerminatedLength(src), true};
 }
 
-Known SourceLength(const Kernels& kernels, const uint16_t* src) {
+KnownLength SourceLength(const Kernels& kernels, const uint16_t* src) {
   return {kernels.terminatedLength16(src), true};
 }
 
-Known SourceLength(const Kernels&, const uint8_t* src) {
-  const size_t n = strnlen(reinterpret_cast<const char*>(src), kStretch);
-  return {n, n < kStretch};
+KnownLength SourceLength(const Kernels&, const uint8_t* src) {
+  return FirstStretch(reinterpret_cast<const char*>(src));
 }
 
-// Grows the known part whenever the conversion at `i` comes within half a
-// stretch of its end, so that the decoder never takes that end for the
-// terminator.
 template <typename Src>
-void Grow(const Src*, size_t, Known&) {}
+void Grow(const Src*, size_t, KnownLength&) {}
 
-void Grow(const uint8_t* src, size_t i, Known& known) {
-  if (!known.whole && known.n - i < kStretch / 2) {
-    const size_t cbMore = strnlen(reinterpret_cast<const char*>(src) + known.n, kStretch);
-    known.whole = cbMore < kStretch;
-    known.n += cbMore;
-  }
+void Grow(const uint8_t* src, size_t i, KnownLength& known) {
+  GrowNear(reinterpret_cast<const char*>(src), i, known);
 }
 
 template <typename Src, typename Dst>
 RResult Convert(const Kernels& kernels, const Src* src, Dst* dst, size_t cap) {
-  Known known = SourceLength(kernels, src);
+  KnownLength known = SourceLength(kernels, src);
   size_t i = 0;
   size_t o = 0;
   RResult result = RESULT_SUCCEEDED;
