@@ -12,10 +12,10 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::u16string units(size / 2, u'\0');
   memcpy(&units[0], data, size / 2 * 2);
-  const std::string difference = kernel_diff::FirstDifference(
+  const std::string differences = kernel_diff::Differences(
       std::string(reinterpret_cast<const char*>(data), size), size != 0 ? data[0] : 0, units);
-  if (!difference.empty()) {
-    fprintf(stderr, "%s\n", difference.c_str());
+  if (!differences.empty()) {
+    fprintf(stderr, "%s\n", differences.c_str());
     abort();
   }
   return 0;

@@ -89,13 +89,6 @@ TEST(ChopStrings, RemoveOnlySpacesCarriageReturnsAndLineFeeds) {
   EXPECT_EQ(std::string(text, sizeof text), std::string("ab\0b\0", 5));
 }
 
-TEST(ByteClasses, FollowTheCLocaleForEveryByte) {
-  for (int b = 0; b < 256; ++b) {
-    EXPECT_EQ(IsCharSpace(static_cast<char>(b)), (b >= 0x09 && b <= 0x0D) || b == 0x20) << b;
-    EXPECT_EQ(IsDigit(static_cast<char>(b)), b >= '0' && b <= '9') << b;
-  }
-}
-
 TEST(IsValidInteger, AcceptsSignedDecimalsWithoutLeadingZeros) {
   for (const char* text :
        {"0", "-0", "+0", "7", "-42", "+1000", "+", "-", "123456789012345678901234567890"}) {

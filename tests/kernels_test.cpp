@@ -10,7 +10,7 @@
 
 namespace {
 
-using kernel_diff::FirstDifference;
+using kernel_diff::Differences;
 using kernel_diff::Kernels;
 using kernel_diff::Levels;
 
@@ -40,7 +40,7 @@ TEST(Kernels, EveryLevelAgreesWithTheScalarTwinsOnRandomText) {
       // Mostly long plain runs of one script, so that whole blocks occur.
       text += kPieces[random() % 8 < 6 ? random() % 6 : random() % std::size(kPieces)];
     }
-    ASSERT_EQ(FirstDifference(text, random()), "") << testing::PrintToString(text);
+    ASSERT_EQ(Differences(text, random()), "") << testing::PrintToString(text);
   }
 }
 
@@ -56,9 +56,9 @@ TEST(Kernels, EveryLevelAgreesAtEveryOffset) {
       for (const char* odd :
            {"\x80", "\xE4", "\xC3\xA9", "\xEF\xBC\xA1", "\xF0\x9F\x98\x80", "\xED\xA0\x80", "a"}) {
         const std::string text = base.substr(0, at) + odd + base.substr(at);
-        ASSERT_EQ(FirstDifference(text, random()), "") << testing::PrintToString(text);
+        ASSERT_EQ(Differences(text, random()), "") << testing::PrintToString(text);
       }
-      ASSERT_EQ(FirstDifference(base.substr(0, at), random()), "") << at;
+      ASSERT_EQ(Differences(base.substr(0, at), random()), "") << at;
     }
   }
 }

@@ -1,12 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 #include <tuple>
 #include <vector>
 
 #include <commonhelpers/commonhelpers.h>
-#include "support/alloc_failure.h"
 #include "support/wide.h"
 
 namespace {
@@ -76,21 +74,6 @@ TEST(IsSameChar, CountsRepeatedUnits) {
       {"..a", '.', 2, FALSE}};
   for (const auto& [text, punc, count, expected] : rows) {
     EXPECT_EQ(IsSameChar(text, punc, count), expected) << text << " " << count;
-  }
-}
-
-// The wide text is their only allocation; without it ContainsChinese answers
-// FALSE and IsSameChar sees a text of no units.
-TEST(TextTests, SurviveAFailedAllocation) {
-  char text[] = "\xE4\xBD\xA0";
-  const std::pair<std::function<BOOL()>, BOOL> rows[] = {
-      {[&] { return ContainsChinese(text, nullptr); }, TRUE},
-      {[] { return IsSameChar("...", '.', 0); }, FALSE},
-      {[] { return IsSameChar("...", '.', 3); }, TRUE}};
-  for (const auto& [call, answer] : rows) {
-    BOOL got = FALSE;
-    auto check = [&, answer = answer](long failed) { EXPECT_EQ(got == answer, failed == 0); };
-    EXPECT_EQ(alloc_failure::ForEachFailure([&, call = call] { got = call(); }, check), 1);
   }
 }
 

@@ -6,10 +6,9 @@
 #include <cstdlib>
 #include <fstream>
 #include <functional>
+#include <iterator>
 #include <map>
 #include <regex>
-#include <set>
-#include <sstream>
 #include <string>
 
 #include <commonhelpers/commonhelpers.h>
@@ -91,17 +90,11 @@ const std::map<std::string, std::function<std::string()>>& Calls() {
   return calls;
 }
 
-std::string Read(const std::string& path) {
-  std::ifstream file(path);
-  std::stringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
-
 TEST(NullArguments, BehaveAsTheTableOfPoliciesSays) {
-  const std::string table = Read(COMMONHELPERS_SOURCE_DIR "/docs/api.md");
+  std::ifstream file(COMMONHELPERS_SOURCE_DIR "/docs/api.md");
+  const std::string table{std::istreambuf_iterator<char>(file), {}};
   const std::regex row(R"(\| `(\w+)` \| (?:`(\w+)`|—) \| (?:`(\w+)`|—) \|)");
-  std::set<std::string> called;
+  size_t called = 0;
   for (std::sregex_iterator it(table.begin(), table.end(), row), end; it != end; ++it) {
     const std::string function = (*it)[1], policy = (*it)[3];
     const std::string key = function + "/" + (*it)[2].str();
@@ -112,14 +105,14 @@ TEST(NullArguments, BehaveAsTheTableOfPoliciesSays) {
       continue;
     }
     ASSERT_NE(call, Calls().end()) << "no call for this row";
-    called.insert(key);
+    ++called;
     if (policy == "fatal") {
       EXPECT_DEATH(call->second(), "!= NULL");
       continue;
     }
     EXPECT_EQ(call->second(), policy);
   }
-  EXPECT_EQ(called.size(), Calls().size()) << "a call without a row";
+  EXPECT_EQ(called, Calls().size()) << "a call without a row";
 }
 
 }  // namespace

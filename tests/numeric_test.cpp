@@ -32,8 +32,9 @@ TEST(GetHanWindow, MatchesBitForBitAndReportsWhatTheAllocationGives) {
   RResult result = RESULT_SUCCEEDED;
   EXPECT_EQ(GetHanWindow(-1, &result), nullptr);
   EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
-  alloc_failure::ScopedFailure failFirst(1);
+  alloc_failure::FailNth(1);
   EXPECT_EQ(GetHanWindow(16, &result), nullptr);
+  alloc_failure::FailNth(0);
   EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
 }
 

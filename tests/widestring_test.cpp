@@ -79,9 +79,10 @@ TEST(WcsNCmp, ReturnsTheDifferenceWhereTheWalkStopped) {
 
 TEST(CopyWString, DuplicatesIntoANewBuffer) {
   for (long fail : {0, 1}) {
-    alloc_failure::ScopedFailure failure(fail);
     RResult result = RESULT_INV_DATA;
+    alloc_failure::FailNth(fail);
     USHORT* wsz = CopyWString(wide::Buffer(u"\x4F60\x597D, world").data(), &result);
+    alloc_failure::FailNth(0);
     EXPECT_EQ(result, fail ? RESULT_OUT_OF_MEMORY : RESULT_SUCCEEDED);
     EXPECT_EQ(wsz ? wide::Text(wsz) : u"null", fail ? u"null" : u"\x4F60\x597D, world");
     free(wsz);

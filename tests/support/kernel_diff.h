@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 #include <string>
 #include <utility>
 #include <vector>
@@ -39,59 +38,60 @@ std::pair<RResult, std::vector<Dst>> Convert(const Kernels& level, const std::ve
 // Into room to spare, exactly enough, one unit short and a room that `pick`
 // chooses.
 template <typename Dst, typename Src>
-std::string FirstDifferenceInto(const std::vector<Src>& text, size_t pick) {
+std::string DifferencesInto(const std::vector<Src>& text, size_t pick) {
   const std::vector<Dst> whole = Convert<Dst>(*Levels()[0], text, text.size() * 3).second;
   const size_t exact = std::find(whole.begin(), whole.end(), 0) - whole.begin() + 1;
+  std::string differences;
   for (const Kernels* level : Levels()) {
     for (size_t size : {text.size() * 3, exact, exact - 1, 1 + pick % exact}) {
       if (Convert<Dst>(*level, text, size) != Convert<Dst>(*Levels()[0], text, size)) {
-        return std::string(level->name) + ": conversion into " + std::to_string(size) + " units";
+        differences += std::string(level->name) + ": into " + std::to_string(size) + " units; ";
       }
     }
   }
-  return "";
+  return differences;
 }
 
-// Where a level first differs from the scalar one, or "" when none does.
-// `utf8` goes into UTF-16 and through fullToHalf (out of place and in
-// place); its UTF-16 form, the same with a surrogate half at a unit that
-// `pick` chooses, and `utf16` go into UTF-8, and their lengths are taken
-// from 32 alignments. Each text ends at its first zero.
-inline std::string FirstDifference(const std::string& utf8, size_t pick,
-                                   const std::u16string& utf16 = u"") {
-  const std::vector<uint8_t> bytes(utf8.c_str(), utf8.c_str() + strlen(utf8.c_str()) + 1);
-  std::vector<uint16_t> units = Convert<uint16_t>(*Levels()[0], bytes, bytes.size()).second;
-  units.resize(std::find(units.begin(), units.end(), 0) - units.begin() + 1);
-  std::vector<uint16_t> broken = units;
-  broken[pick % units.size()] = std::vector<uint16_t>{0xD800, 0xDBFF, 0xDC00}[pick / 7 % 3];
-  broken.back() = 0;
-  std::string difference = FirstDifferenceInto<uint16_t>(bytes, pick);
-  const size_t given = std::char_traits<char16_t>::length(utf16.c_str()) + 1;
-  for (const std::vector<uint16_t>& text :
-       {units, broken, std::vector<uint16_t>(utf16.c_str(), utf16.c_str() + given)}) {
-    if (difference.empty()) difference = FirstDifferenceInto<uint8_t>(text, pick);
-    for (size_t align = 0; align < 32; ++align) {
-      std::vector<uint16_t> shifted(align, 0);
-      shifted.insert(shifted.end(), text.begin(), text.end());
-      for (const Kernels* level : Levels()) {
-        if (level->terminatedLength16(&shifted[align]) != text.size() - 1) {
-          return std::string(level->name) + ": length at alignment " + std::to_string(align);
-        }
-      }
-    }
-  }
-  const std::string text(reinterpret_cast<const char*>(bytes.data()));
+// Where the levels differ from the scalar one, or "" when none does. `utf8`
+// goes into UTF-16 and through fullToHalf (out of place and in place); its
+// UTF-16 form, the same with a surrogate half at a unit that `pick` chooses,
+// and `utf16` go into UTF-8, and their lengths are taken from 32 alignments.
+// Each text ends at its first zero.
+inline std::string Differences(const std::string& utf8, size_t pick,
+                               const std::u16string& utf16 = u"") {
+  const std::string text = utf8.c_str();
+  const std::vector<uint8_t> bytes(text.c_str(), text.c_str() + text.size() + 1);
+  std::string differences = DifferencesInto<uint16_t>(bytes, pick);
   std::string half(text.size() + 1, 'Z');
   FullToHalfWith(*Levels()[0], text.c_str(), &half[0]);
   for (const Kernels* level : Levels()) {
     std::string out(text.size() + 1, 'Z'), inPlace = text;
     FullToHalfWith(*level, text.c_str(), &out[0]);
     FullToHalfWith(*level, inPlace.c_str(), &inPlace[0]);
-    if (difference.empty() && (out != half || strcmp(inPlace.c_str(), half.c_str()) != 0)) {
-      difference = std::string(level->name) + ": fullToHalf";
+    if (out != half || inPlace.c_str() != std::string(half.c_str())) {
+      differences += std::string(level->name) + ": fullToHalf; ";
     }
   }
-  return difference;
+  std::vector<uint16_t> units = Convert<uint16_t>(*Levels()[0], bytes, bytes.size()).second;
+  units.resize(std::find(units.begin(), units.end(), 0) - units.begin() + 1);
+  std::vector<uint16_t> broken = units;
+  broken[pick % units.size()] = std::vector<uint16_t>{0xD800, 0xDBFF, 0xDC00}[pick / 7 % 3];
+  broken.back() = 0;
+  const size_t given = std::char_traits<char16_t>::length(utf16.c_str()) + 1;
+  for (const std::vector<uint16_t>& text16 :
+       {units, broken, std::vector<uint16_t>(utf16.c_str(), utf16.c_str() + given)}) {
+    differences += DifferencesInto<uint8_t>(text16, pick);
+    for (size_t align = 0; align < 32; ++align) {
+      std::vector<uint16_t> shifted(align, 0);
+      shifted.insert(shifted.end(), text16.begin(), text16.end());
+      for (const Kernels* level : Levels()) {
+        if (level->terminatedLength16(&shifted[align]) != text16.size() - 1) {
+          differences += std::string(level->name) + ": length at " + std::to_string(align) + "; ";
+        }
+      }
+    }
+  }
+  return differences;
 }
 
 }  // namespace kernel_diff
