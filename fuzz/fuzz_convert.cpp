@@ -2,14 +2,19 @@
 // by the input. Oracles: ICU's strict conversion decides what is valid; a
 // valid text round-trips exactly; a short or failed conversion leaves a
 // prefix of the whole conversion, terminated, with nothing written after it.
+// And every SIMD level must give what the scalar one gives, on the whole
+// input read as UTF-8 and as UTF-16 units (an odd trailing byte dropped).
 #include <unicode/ustring.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include <commonhelpers/stringconverter.h>
+#include "support/kernel_diff.h"
 
 namespace {
 
@@ -56,6 +61,14 @@ bool IcuValid(const std::vector<uint8_t>& src, UtfType from) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 3) return 0;
+  std::u16string units(size / 2, u'\0');
+  memcpy(&units[0], data, size / 2 * 2);
+  const std::string differences = kernel_diff::Differences(
+      std::string(reinterpret_cast<const char*>(data), size), data[1], units);
+  if (!differences.empty()) {
+    fprintf(stderr, "%s\n", differences.c_str());
+    abort();
+  }
   const UtfType kTypes[] = {UTF_8, UTF_16, UTF_32};
   const UtfType from = kTypes[data[0] % 3], to = kTypes[(data[0] / 3) % 3];
   const size_t unit = UnitSize(from);
