@@ -30,11 +30,11 @@ TEST(Read7BitEncodedInt, DecodesOneIntegerAndStopsRightAfterIt) {
       {"", -1, 0, BAD},
       {"\xFF\xFF\xFF\xFF", -1, 4, BAD}};
   for (const auto& [bytes, value, consumed, code] : rows) {
-    MemoryStream stream(bytes);
+    const auto stream = MemoryStream(bytes);
     RResult result = RESULT_ANY_ERROR;
-    EXPECT_EQ(Read7BitEncodedInt(stream.file, &result), value) << consumed;
+    EXPECT_EQ(Read7BitEncodedInt(stream.get(), &result), value) << consumed;
     EXPECT_EQ(result, code);
-    EXPECT_EQ(ftell(stream.file), consumed);
+    EXPECT_EQ(ftell(stream.get()), consumed);
   }
 }
 
@@ -62,19 +62,19 @@ TEST(StringRecords, ReadExactlyTheRecordIntoBuffersOfTheDocumentedSize) {
       {"\xFE\xFF\xFF\x01wx", 6, BAD, u"\x7877", nullptr, 0, BAD}};  // 4 MiB announced
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::PrintToString(row.bytes));
-    MemoryStream wideStream(row.bytes), stream(row.bytes);
+    const auto wideStream = MemoryStream(row.bytes), stream = MemoryStream(row.bytes);
     RResult result = RESULT_ANY_ERROR;
-    USHORT* wsz = GetBinWideString(wideStream.file, &result);
+    USHORT* wsz = GetBinWideString(wideStream.get(), &result);
     EXPECT_EQ(result, row.wideCode);
-    EXPECT_EQ(ftell(wideStream.file), row.consumed);
+    EXPECT_EQ(ftell(wideStream.get()), row.consumed);
     const size_t cnChecked = row.units.size() + (result == OK ? 1 : 0);
     EXPECT_EQ(wsz ? std::u16string(wsz, wsz + cnChecked) : u"null",
               cnChecked ? (row.units + u'\0').substr(0, cnChecked) : u"null");
     free(wsz);
 
-    char* sz = GetBinString(stream.file, &result);
+    char* sz = GetBinString(stream.get(), &result);
     EXPECT_EQ(result, row.code);
-    EXPECT_EQ(ftell(stream.file), row.consumed);
+    EXPECT_EQ(ftell(stream.get()), row.consumed);
     EXPECT_EQ(sz ? std::string(sz, row.size) : "null",
               row.text ? std::string(row.text).append(row.size - strlen(row.text), '\0') : "null");
     free(sz);
@@ -87,7 +87,7 @@ TEST(StringRecords, ReportEachFailedAllocation) {
   char* sz = nullptr;
   RResult result = OK;
   EXPECT_EQ(alloc_failure::ForEachFailure(
-                [&] { sz = GetBinString(MemoryStream("\x04\x41\0\x42\0"s).file, &result); },
+                [&] { sz = GetBinString(MemoryStream("\x04\x41\0\x42\0"s).get(), &result); },
                 [&](long failed) {
                   EXPECT_EQ(result, failed == 0 ? OK : RESULT_OUT_OF_MEMORY);
                   EXPECT_STREQ(sz, failed == 0 ? "AB" : nullptr);
@@ -100,11 +100,11 @@ TEST(ReadBinBool, ReturnsTheByteAsASignedValue) {
   const std::tuple<std::string, BOOL, RResult> rows[] = {
       {"\0U"s, 0, OK}, {"\x01U", 1, OK}, {"\x02U", 2, OK}, {"\xFFU", -1, OK}, {"", FALSE, BAD}};
   for (const auto& [bytes, value, code] : rows) {
-    MemoryStream stream(bytes);
+    const auto stream = MemoryStream(bytes);
     RResult result = RESULT_ANY_ERROR;
-    EXPECT_EQ(ReadBinBool(stream.file, &result), value);
+    EXPECT_EQ(ReadBinBool(stream.get(), &result), value);
     EXPECT_EQ(result, code);
-    EXPECT_EQ(ftell(stream.file), code == OK ? 1 : 0);
+    EXPECT_EQ(ftell(stream.get()), code == OK ? 1 : 0);
   }
 }
 

@@ -80,19 +80,19 @@ TEST(ReadUtf8Line, ReadsLinesUpTo2047BytesAndSignalsTheEndWithSuccess) {
       {"abc\n", 0, {}, RESULT_INV_ARGUMENT},
       {"abc\n", -1, {}, RESULT_INV_ARGUMENT}};
   for (const auto& [bytes, size, lines, code] : rows) {
-    MemoryStream stream(bytes);
+    const auto stream = MemoryStream(bytes);
     std::vector<USHORT> line(4096, 0x5A5A);
     RResult result = RESULT_ANY_ERROR;
     for (const std::u16string& expected : lines) {
-      EXPECT_EQ(ReadUtf8Line(stream.file, line.data(), size, &result), TRUE);
+      EXPECT_EQ(ReadUtf8Line(stream.get(), line.data(), size, &result), TRUE);
       EXPECT_EQ(wide::Text(line.data()), expected);
     }
     EXPECT_EQ(lines.empty() ? code : result, code);
     for (int end = 0; end < 2; ++end) {
-      EXPECT_EQ(ReadUtf8Line(stream.file, line.data(), size, &result), FALSE);
+      EXPECT_EQ(ReadUtf8Line(stream.get(), line.data(), size, &result), FALSE);
     }
     EXPECT_EQ(result, size > 0 ? RESULT_SUCCEEDED : code);
-    EXPECT_EQ(ftell(stream.file), size > 0 ? static_cast<long>(bytes.size()) : 0);
+    EXPECT_EQ(ftell(stream.get()), size > 0 ? static_cast<long>(bytes.size()) : 0);
   }
 }
 
