@@ -13,10 +13,10 @@ using kernel_diff::Differences;
 using kernel_diff::Kernels;
 using kernel_diff::Levels;
 
-// Mostly plain pieces in long runs, so that whole blocks occur, and now and
-// then a rare one: a full-width space or digit, a four-byte character, and the
-// malformed (a stray continuation, a lone lead, an overlong form, an encoded
-// surrogate, a byte that never occurs, a lead cut short).
+// Runs of one plain piece, long enough for whole blocks of the widest level,
+// each ended by a rare one: a full-width space or digit, a four-byte
+// character, or the malformed (a stray continuation, a lone lead, an overlong
+// form, an encoded surrogate, a byte that never occurs, a lead cut short).
 TEST(Kernels, EveryLevelAgreesWithTheScalarTwinsOnRandomText) {
   const std::vector<std::string> kPlain = {
       "a",           "Hello, world. ", "\xC3\xA9", "\xE4\xBD\xA0", "\xE6\x96\x87\xE5\xAD\x97",
@@ -25,31 +25,14 @@ TEST(Kernels, EveryLevelAgreesWithTheScalarTwinsOnRandomText) {
                                           "\x80",         "\xE4",         "\xE0\x80\xAF",
                                           "\xED\xA0\x80", "\xFF",         "\xEF\xBC"};
   std::mt19937 random(5);
-  for (int round = 0; round < 400; ++round) {
+  for (int round = 0; round < 1000; ++round) {
     std::string text;
-    for (size_t k = random() % 60; k > 0; --k) {
-      text += random() % 8 < 6 ? kPlain[random() % kPlain.size()] : kRare[random() % kRare.size()];
+    for (size_t k = random() % 6; k > 0; --k) {
+      const std::string& plain = kPlain[random() % kPlain.size()];
+      for (size_t n = random() % 50; n > 0; --n) text += plain;
+      text += kRare[random() % kRare.size()];
     }
     ASSERT_EQ(Differences(text, random()), "") << testing::PrintToString(text);
-  }
-}
-
-// One odd character at every offset of texts long enough for two blocks of
-// the widest level, in ASCII and in Chinese, and the terminator at every
-// offset.
-TEST(Kernels, EveryLevelAgreesAtEveryOffset) {
-  std::mt19937 random(6);
-  std::string chinese;
-  while (chinese.size() < 140) chinese += "\xE4\xBD\xA0";
-  for (const std::string& base : {std::string(140, 'x'), chinese}) {
-    for (size_t at = 0; at <= base.size(); ++at) {
-      for (const char* odd :
-           {"\x80", "\xE4", "\xC3\xA9", "\xEF\xBC\xA1", "\xF0\x9F\x98\x80", "\xED\xA0\x80", "a"}) {
-        const std::string text = base.substr(0, at) + odd + base.substr(at);
-        ASSERT_EQ(Differences(text, random()), "") << testing::PrintToString(text);
-      }
-      ASSERT_EQ(Differences(base.substr(0, at), random()), "") << at;
-    }
   }
 }
 
