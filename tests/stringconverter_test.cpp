@@ -86,42 +86,24 @@ TEST(ConvertUtfString, RejectsLoneSurrogatesAndOutOfRangeValues) {
 }
 
 // Every type pair, both ways, across the boundaries of the UTF-8 and UTF-16
-// forms, against known encodings; a byte-order mark is an ordinary character.
-TEST(ConvertUtfString, ConvertsEveryPairAcrossTheEncodingBoundaries) {
-  const std::u32string text = {0x7F,   0x80,   0x7FF,   0x800,   0xD7FF,  0xE000,
-                               0xFEFF, 0xFFFF, 0x10000, 0x1F600, 0x10FFFF};
+// forms (a byte-order mark is an ordinary character), with a short character
+// after each long one: the known encoding with room to spare, and into every
+// smaller size the longest prefix of whole characters that fits in
+// dstSize - 1 units, with success exactly when all of it fits.
+TEST(ConvertUtfString, ConvertsEveryPairIntoEverySizeWithoutSplittingACharacter) {
+  const std::u32string text = {0x7F,   0x80,   0x7FF, 'x',     0x800,   0xD7FF,   0xE000,
+                               0xFEFF, 0xFFFF, 'y',   0x10000, 0x1F600, 0x10FFFF, 'z'};
   const std::string utf8 =
-      "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xEF\xBB\xBF\xEF\xBF\xBF"
-      "\xF0\x90\x80\x80\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF";
+      "\x7F\xC2\x80\xDF\xBFx\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xEF\xBB\xBF\xEF\xBF\xBFy"
+      "\xF0\x90\x80\x80\xF0\x9F\x98\x80\xF4\x8F\xBF\xBFz";
   const std::u16string utf16 =
-      u"\x7F\x80\x7FF\x800\xD7FF\xE000\xFEFF\xFFFF\xD800\xDC00\xD83D\xDE00\xDBFF\xDFFF";
-  EXPECT_EQ(Convert<char>(text).text, utf8);
-  EXPECT_EQ(Convert<char>(utf16).text, utf8);
-  EXPECT_EQ(Convert<char>(utf8).text, utf8);
-  EXPECT_EQ(Convert<char16_t>(text).text, utf16);
-  EXPECT_EQ(Convert<char16_t>(utf8).text, utf16);
-  EXPECT_EQ(Convert<char16_t>(utf16).text, utf16);
-  EXPECT_EQ(Convert<char32_t>(utf8).text, text);
-  EXPECT_EQ(Convert<char32_t>(utf16).text, text);
-  EXPECT_EQ(Convert<char32_t>(text).text, text);
-  EXPECT_EQ(Convert<char32_t>(text).result, RESULT_SUCCEEDED);
-  std::u32string longText;  // characters across the edges of the stretches UTF-8 is scanned in
-  for (int k = 0; k < 1500; ++k) longText += text;
-  const int room = static_cast<int>(longText.size() * 4 + 1);
-  EXPECT_EQ(Convert<char32_t>(Convert<char>(longText, room).text, room).text, longText);
-}
-
-// From each source form into each destination form and size, the longest
-// prefix of whole characters that fits in dstSize - 1 units; success exactly
-// when all of it fits.
-TEST(ConvertUtfString, NeverSplitsACharacterWhenTheDestinationIsShort) {
-  const std::u32string chars = {'a', 0xE9, 'b', 0x4F60, 'c', 0x1F600, 'd'};
-  auto check = [&](auto source, auto unit) {
-    using Dst = decltype(unit);
-    const std::basic_string<Dst> whole = Convert<Dst>(chars).text;
+      u"\x7F\x80\x7FFx\x800\xD7FF\xE000\xFEFF\xFFFFy\xD800\xDC00\xD83D\xDE00\xDBFF\xDFFFz";
+  auto check = [&](const auto& source, const auto& whole) {
+    using Dst = typename std::decay_t<decltype(whole)>::value_type;
+    EXPECT_EQ(Convert<Dst>(source).text, whole);
     for (int size = 1; size <= static_cast<int>(whole.size()) + 1; ++size) {
       std::basic_string<Dst> expected;
-      for (char32_t c : chars) {
+      for (char32_t c : text) {
         const std::basic_string<Dst> next = expected + Convert<Dst>(std::u32string(1, c)).text;
         if (next.size() > static_cast<size_t>(size - 1)) break;
         expected = next;
@@ -132,13 +114,17 @@ TEST(ConvertUtfString, NeverSplitsACharacterWhenTheDestinationIsShort) {
     }
   };
   auto intoEachForm = [&](const auto& source) {
-    check(source, char{});
-    check(source, char16_t{});
-    check(source, char32_t{});
+    check(source, utf8);
+    check(source, utf16);
+    check(source, text);
   };
-  intoEachForm(Convert<char>(chars).text);
-  intoEachForm(Convert<char16_t>(chars).text);
-  intoEachForm(chars);
+  intoEachForm(utf8);
+  intoEachForm(utf16);
+  intoEachForm(text);
+  std::u32string longText;  // characters across the edges of the stretches UTF-8 is scanned in
+  for (int k = 0; k < 1500; ++k) longText += text;
+  const int room = static_cast<int>(longText.size() * 4 + 1);
+  EXPECT_EQ(Convert<char32_t>(Convert<char>(longText, room).text, room).text, longText);
 }
 
 TEST(ConvertUtfString, RejectsBadArgumentsWithoutWriting) {
