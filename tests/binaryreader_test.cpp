@@ -15,24 +15,32 @@ using namespace std::string_literals;
 constexpr RResult OK = RESULT_SUCCEEDED, BAD = RESULT_INV_DATA;
 
 // A trailing "U" in a record belongs to the next value: no reader may take it.
-// A fifth byte that goes on ends the integer as malformed.
-TEST(Read7BitEncodedInt, DecodesOneIntegerAndStopsRightAfterIt) {
-  const std::tuple<std::string, int, long, RResult> rows[] = {
-      {"\0U"s, 0, 1, OK},
-      {"\x7FU", 127, 1, OK},
-      {"\xAC\x02U", 300, 2, OK},
-      {"\x80\x80\x01U", 16384, 3, OK},
-      {"\x80\0U"s, 0, 2, OK},
-      {"\xFF\xFF\xFF\xFF\x07U", 2147483647, 5, OK},
-      {"\xFF\xFF\xFF\xFF\x7FU", -1, 5, OK},
-      {"\x80\x80\x80\x80\x08U", -2147483647 - 1, 5, OK},
-      {"\x81\x80\x80\x80\x80U", -1, 5, BAD},
-      {"", -1, 0, BAD},
-      {"\xFF\xFF\xFF\xFF", -1, 4, BAD}};
-  for (const auto& [bytes, value, consumed, code] : rows) {
+// A fifth byte that goes on ends the integer as malformed; a boolean is its
+// byte as a signed value.
+TEST(NumberRecords, DecodeOneValueAndStopRightAfterIt) {
+  using Reader = int (*)(FILE*, RResult*);
+  const Reader kInt = Read7BitEncodedInt, kBool = ReadBinBool;
+  const std::tuple<Reader, std::string, int, long, RResult> rows[] = {
+      {kInt, "\0U"s, 0, 1, OK},
+      {kInt, "\x7FU", 127, 1, OK},
+      {kInt, "\xAC\x02U", 300, 2, OK},
+      {kInt, "\x80\x80\x01U", 16384, 3, OK},
+      {kInt, "\x80\0U"s, 0, 2, OK},
+      {kInt, "\xFF\xFF\xFF\xFF\x07U", 2147483647, 5, OK},
+      {kInt, "\xFF\xFF\xFF\xFF\x7FU", -1, 5, OK},
+      {kInt, "\x80\x80\x80\x80\x08U", -2147483647 - 1, 5, OK},
+      {kInt, "\x81\x80\x80\x80\x80U", -1, 5, BAD},
+      {kInt, "", -1, 0, BAD},
+      {kInt, "\xFF\xFF\xFF\xFF", -1, 4, BAD},
+      {kBool, "\0U"s, FALSE, 1, OK},
+      {kBool, "\x01U", 1, 1, OK},
+      {kBool, "\x02U", 2, 1, OK},
+      {kBool, "\xFFU", -1, 1, OK},
+      {kBool, "", FALSE, 0, BAD}};
+  for (const auto& [reader, bytes, value, consumed, code] : rows) {
     const auto stream = MemoryStream(bytes);
     RResult result = RESULT_ANY_ERROR;
-    EXPECT_EQ(Read7BitEncodedInt(stream.get(), &result), value) << consumed;
+    EXPECT_EQ(reader(stream.get(), &result), value) << testing::PrintToString(bytes);
     EXPECT_EQ(result, code);
     EXPECT_EQ(ftell(stream.get()), consumed);
   }
@@ -94,18 +102,6 @@ TEST(StringRecords, ReportEachFailedAllocation) {
                   free(sz);
                 }),
             2);
-}
-
-TEST(ReadBinBool, ReturnsTheByteAsASignedValue) {
-  const std::tuple<std::string, BOOL, RResult> rows[] = {
-      {"\0U"s, 0, OK}, {"\x01U", 1, OK}, {"\x02U", 2, OK}, {"\xFFU", -1, OK}, {"", FALSE, BAD}};
-  for (const auto& [bytes, value, code] : rows) {
-    const auto stream = MemoryStream(bytes);
-    RResult result = RESULT_ANY_ERROR;
-    EXPECT_EQ(ReadBinBool(stream.get(), &result), value);
-    EXPECT_EQ(result, code);
-    EXPECT_EQ(ftell(stream.get()), code == OK ? 1 : 0);
-  }
 }
 
 }  // namespace
