@@ -47,21 +47,10 @@ TEST(StringReplace, ReplacesLeftToRightWithoutCascading) {
 }
 
 // Without a slash GetParentPath prints "ivalid path" and ends the process
-// with success, so ending it in the first test must fail the run.
-TEST(GetParentPath, KeepsEverythingUpToTheLastSlash) {
-  static bool finished = false;
-  atexit([] {
-    if (!finished) _exit(1);
-  });
-  const std::pair<std::string, std::string> rows[] = {
-      {"/usr/lib/x.so", "/usr/lib/"}, {"dir/", "dir/"}, {"a/b/", "a/b/"}, {"/x", "/"}, {"/", "/"}};
-  for (const auto& [location, parent] : rows) EXPECT_EQ(GetParentPath(location), parent);
-  finished = true;
-}
-
-// The child's standard output goes to its standard error, which the death
-// test matches.
-TEST(GetParentPathDeathTest, PrintsAndExitsWithSuccessWithoutASlash) {
+// with success (the child's standard output goes to its standard error, which
+// the death test matches); so ending the process on a path with a slash must
+// fail the run.
+TEST(GetParentPathDeathTest, KeepsEverythingUpToTheLastSlashOrPrintsAndExits) {
   for (const char* location : {"abc", "", "a\\b\\c"}) {
     EXPECT_EXIT(
         {
@@ -70,6 +59,14 @@ TEST(GetParentPathDeathTest, PrintsAndExitsWithSuccessWithoutASlash) {
         },
         ::testing::ExitedWithCode(0), "^ivalid path$");
   }
+  static bool finished = false;
+  atexit([] {
+    if (!finished) _exit(1);
+  });
+  const std::pair<std::string, std::string> rows[] = {
+      {"/usr/lib/x.so", "/usr/lib/"}, {"dir/", "dir/"}, {"a/b/", "a/b/"}, {"/x", "/"}, {"/", "/"}};
+  for (const auto& [location, parent] : rows) EXPECT_EQ(GetParentPath(location), parent);
+  finished = true;
 }
 
 TEST(Trim, RemovesBytesOfTheSetFromEitherEnd) {

@@ -54,9 +54,8 @@ std::string DifferencesInto(const std::vector<Src>& text, size_t pick) {
 
 // Where the levels differ from the scalar one, or "" when none does. `utf8`
 // goes into UTF-16 and through fullToHalf (out of place and in place); its
-// UTF-16 form, the same with a surrogate half at a unit that `pick` chooses,
-// and `utf16` go into UTF-8, and their lengths are taken from 32 alignments.
-// Each text ends at its first zero.
+// UTF-16 form and `utf16` go into UTF-8, and their lengths are taken from 32
+// alignments. Each text ends at its first zero.
 inline std::string Differences(const std::string& utf8, size_t pick,
                                const std::u16string& utf16 = u"") {
   const std::string text = utf8.c_str();
@@ -74,12 +73,9 @@ inline std::string Differences(const std::string& utf8, size_t pick,
   }
   std::vector<uint16_t> units = Convert<uint16_t>(*Levels()[0], bytes, bytes.size()).second;
   units.resize(std::find(units.begin(), units.end(), 0) - units.begin() + 1);
-  std::vector<uint16_t> broken = units;
-  broken[pick % units.size()] = std::vector<uint16_t>{0xD800, 0xDBFF, 0xDC00}[pick / 7 % 3];
-  broken.back() = 0;
   const size_t given = std::char_traits<char16_t>::length(utf16.c_str()) + 1;
   for (const std::vector<uint16_t>& text16 :
-       {units, broken, std::vector<uint16_t>(utf16.c_str(), utf16.c_str() + given)}) {
+       {units, std::vector<uint16_t>(utf16.c_str(), utf16.c_str() + given)}) {
     differences += DifferencesInto<uint8_t>(text16, pick);
     for (size_t align = 0; align < 32; ++align) {
       std::vector<uint16_t> shifted(align, 0);
