@@ -37,31 +37,18 @@ TEST(Kernels, EveryLevelAgreesWithTheScalarTwinsOnRandomText) {
 }
 
 // The scalar level first, then the ones that this build has and the CPU
-// runs, narrowest first. COMMONHELPERS_SIMD, read in a fresh process (a
-// "threadsafe" death test runs the binary anew), picks its level when there is
+// runs, narrowest first; COMMONHELPERS_SIMD picks its level when there is
 // one, else the widest.
 TEST(Kernels, LevelsStartWithTheScalarOneAndTheEnvironmentPicksAmongThem) {
+  using commonhelpers_internal::ChooseKernels;
   const std::vector<const Kernels*> levels = Levels();
   std::string names;
   for (const Kernels* level : levels) names += std::string(level->name) + " ";
   EXPECT_EQ(std::string("scalar sse2 avx2 avx512 ").substr(0, names.size()), names);
-  const std::string style = GTEST_FLAG_GET(death_test_style);
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  for (const std::string asked : {"scalar", "sse2", "avx2", "avx512", "neon"}) {
-    // The child judges by its own list: under valgrind only the parent is
-    // emulated, without AVX-512.
-    EXPECT_EXIT(
-        {
-          setenv("COMMONHELPERS_SIMD", asked.c_str(), 1);
-          const std::vector<const Kernels*> levels = Levels();
-          const Kernels* expected = levels.back();
-          for (const Kernels* level : levels) expected = level->name == asked ? level : expected;
-          exit(&commonhelpers_internal::ActiveKernels() == expected ? 0 : 1);
-        },
-        ::testing::ExitedWithCode(0), "")
-        << asked;
-  }
-  GTEST_FLAG_SET(death_test_style, style);
+  for (const Kernels* level : levels) EXPECT_EQ(&ChooseKernels(level->name), level);
+  for (const char* asked : {"neon", "", "sse", static_cast<const char*>(nullptr)})
+    EXPECT_EQ(&ChooseKernels(asked), levels.back());
+  EXPECT_EQ(&commonhelpers_internal::ActiveKernels(), &ChooseKernels(getenv("COMMONHELPERS_SIMD")));
 }
 
 }  // namespace

@@ -69,8 +69,13 @@ size_t TerminatedLength16(const uint16_t* text);
 constexpr size_t kMaxCpuLevels = 3;
 size_t CpuLevels(const Kernels** levels);
 
-// The table of the chosen level.
+// The table of the chosen level: ChooseKernels() of COMMONHELPERS_SIMD, read
+// once, on first use.
 const Kernels& ActiveKernels();
+
+// The level that COMMONHELPERS_SIMD=`szAsked` chooses: that level when this
+// build has it and the CPU runs it, else (also for null) the widest.
+const Kernels& ChooseKernels(const char* szAsked);
 
 // Every level that this build has and this CPU runs, narrowest (scalar)
 // first; `*pcount` receives their number. For the tests, which run each

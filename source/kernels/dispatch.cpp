@@ -29,23 +29,22 @@ const Levels& All() {
   return levels;
 }
 
-const Kernels* Choose() {
+}  // namespace
+
+const Kernels& ChooseKernels(const char* szAsked) {
   const Levels& levels = All();
   const Kernels* chosen = levels.list[levels.count - 1];
-  const char* szAsked = getenv("COMMONHELPERS_SIMD");
   for (size_t k = 0; szAsked != nullptr && k < levels.count; ++k) {
     if (strcmp(levels.list[k]->name, szAsked) == 0) {
       chosen = levels.list[k];
     }
   }
-  return chosen;
+  return *chosen;
 }
 
-}  // namespace
-
 const Kernels& ActiveKernels() {
-  static const Kernels* const active = Choose();
-  return *active;
+  static const Kernels& active = ChooseKernels(getenv("COMMONHELPERS_SIMD"));
+  return active;
 }
 
 const Kernels* const* AvailableKernels(size_t* pcount) {
