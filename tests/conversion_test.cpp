@@ -33,8 +33,9 @@ TEST(GetUTF16Text, ReturnsANewZeroFilledWideText) {
   }
 }
 
-// szText is written on success only; position 715,827,882 is too long to
-// triple in an int and fails before anything is read.
+// szText is written on success only, also when an allocation fails; position
+// 715,827,882 is too long to triple in an int and fails before anything is
+// read.
 TEST(GetUtf8TextFromUtf16, WritesTheFirstUnitsOnSuccessOnly) {
   const std::tuple<std::u16string, int, std::string, RResult> rows[] = {
       {u"ab\x4F60\0zz", 0, "", RESULT_SUCCEEDED},
@@ -44,24 +45,17 @@ TEST(GetUtf8TextFromUtf16, WritesTheFirstUnitsOnSuccessOnly) {
       {u"a\xD800", 2, "untouched", RESULT_INV_DATA},
       {u"ab", 715827882, "untouched", RESULT_OUT_OF_MEMORY}};
   for (const auto& [text, position, expected, code] : rows) {
-    char szText[32] = "untouched";
+    char szText[32];
     RResult result = RESULT_ANY_ERROR;
-    GetUtf8TextFromUtf16(wide::Buffer(text).data(), position, szText, &result);
-    EXPECT_EQ(result, code);
-    EXPECT_EQ(szText, expected);
+    const auto call = [&, &text = text, position = position] {
+      strcpy(szText, "untouched");
+      GetUtf8TextFromUtf16(wide::Buffer(text).data(), position, szText, &result);
+    };
+    alloc_failure::ForEachFailure(call, [&, &expected = expected, code = code](long failed) {
+      EXPECT_EQ(result, failed ? RESULT_OUT_OF_MEMORY : code) << failed;
+      EXPECT_EQ(szText, failed ? "untouched" : expected) << failed;
+    });
   }
-  char szText[16];
-  RResult result = RESULT_ANY_ERROR;
-  EXPECT_EQ(alloc_failure::ForEachFailure(
-                [&] {
-                  strcpy(szText, "untouched");
-                  GetUtf8TextFromUtf16(wide::Buffer(u"abc").data(), 3, szText, &result);
-                },
-                [&](long failed) {
-                  EXPECT_EQ(result, failed == 0 ? RESULT_SUCCEEDED : RESULT_OUT_OF_MEMORY);
-                  EXPECT_STREQ(szText, failed == 0 ? "abc" : "untouched");
-                }),
-            2);
 }
 
 // Each line of the stream with its line end, as far as it fits in 2,047
