@@ -13,6 +13,7 @@
 
 #include <commonhelpers/commonhelpers.h>
 #include <commonhelpers/stringconverter.h>
+#include "support/memory_stream.h"
 
 namespace {
 
@@ -37,12 +38,6 @@ bool Answered(T* p) {
                        : answered               ? "ordinary"            \
                                                 : "default");                         \
   }
-
-// Kept open for the whole run, so that a failing call can't leak it.
-FILE* Stream() {
-  static FILE* file = fmemopen(const_cast<char*>("a\n"), 2, "r");
-  return file;
-}
 
 const std::map<std::string, std::function<std::string()>>& Calls() {
   static const std::map<std::string, std::function<std::string()>> calls = {
@@ -77,7 +72,7 @@ const std::map<std::string, std::function<std::string()>>& Calls() {
       {"GetUtf8TextFromUtf16/wszText", CALL((GetUtf8TextFromUtf16(nullptr, 0, buf, &r), 0))},
       {"GetUtf8TextFromUtf16/szText", CALL((GetUtf8TextFromUtf16(t, 1, nullptr, &r), 0))},
       {"ReadUtf8Line/pfile", CALL(ReadUtf8Line(nullptr, t, 4, &r))},
-      {"ReadUtf8Line/pwchLine", CALL(ReadUtf8Line(Stream(), nullptr, 4, &r))},
+      {"ReadUtf8Line/pwchLine", CALL(ReadUtf8Line(MemoryStream("a\n").get(), nullptr, 4, &r))},
       {"Read7BitEncodedInt/pfile", CALL(Read7BitEncodedInt(nullptr, &r))},
       {"GetBinWideString/pfile", CALL(GetBinWideString(nullptr, &r))},
       {"GetBinString/pfile", CALL(GetBinString(nullptr, &r))},
