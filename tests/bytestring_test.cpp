@@ -1,14 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 #include <tuple>
 
 #include <commonhelpers/commonhelpers.h>
 #include "support/alloc_failure.h"
-#include "support/huge_text.h"
 
 namespace {
 
@@ -36,30 +33,6 @@ TEST(CopyAndCatchString, AnswerInANewBufferAndKeepTheFirstOnFailure) {
         EXPECT_STREQ(sz, "\xE4\xBD\xA0xy");
       });
   free(sz);
-}
-
-// Lengths one past the limit, or whose int form would be short (2^32 + 4
-// truncates to 4), must neither overrun nor allocate.
-TEST(ByteStringSizes, BeyondTheIntLimitFailWithoutOverrun) {
-  char* tail = huge_text::Map("b \r\n");
-  if (tail == nullptr) GTEST_SKIP() << "no address space for a 4 GiB text";
-  const auto text = [tail](size_t length) { return tail + 4 - length; };
-  const size_t kWrapping = (size_t{1} << 32) + 4;
-  char* szSrc = strdup("ab");
-  for (const size_t length : {size_t{INT_MAX}, kWrapping}) {
-    RResult result = RESULT_SUCCEEDED;
-    EXPECT_EQ(CopyString(text(length), &result), nullptr);
-    EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
-    result = RESULT_SUCCEEDED;
-    EXPECT_EQ(CatchString(szSrc, text(length - 2), &result), nullptr);
-    EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
-    EXPECT_STREQ(szSrc, "ab");
-  }
-  free(szSrc);
-  EXPECT_EQ(EndsWith(text(kWrapping), "AB \r\n"), TRUE);
-  ChopStringEnd(text(kWrapping));
-  EXPECT_STREQ(tail, "b");
-  huge_text::Unmap(tail);
 }
 
 // Start, end, both, and whether the text is all C-locale space.

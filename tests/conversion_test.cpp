@@ -71,8 +71,7 @@ TEST(ReadUtf8Line, ReadsLinesUpTo2047BytesAndSignalsTheEndWithSuccess) {
        RESULT_SUCCEEDED},
       {"a\xC3\n", 8, {u"a"}, RESULT_INV_DATA},
       {"\xE4\xBD\xA0\xE5\xA5\xBD\n", 2, {u"\x4F60"}, RESULT_INV_DATA},
-      {"abc\n", 0, {}, RESULT_INV_ARGUMENT},
-      {"abc\n", -1, {}, RESULT_INV_ARGUMENT}};
+      {"abc\n", 0, {}, RESULT_INV_ARGUMENT}};
   for (const auto& [bytes, size, lines, code] : rows) {
     const auto stream = MemoryStream(bytes);
     std::vector<USHORT> line(4096, 0x5A5A);
@@ -90,15 +89,29 @@ TEST(ReadUtf8Line, ReadsLinesUpTo2047BytesAndSignalsTheEndWithSuccess) {
   }
 }
 
-// Sizes that an int cannot hold fail with RESULT_OUT_OF_MEMORY before
-// anything is allocated.
-TEST(ConversionSizes, BeyondTheIntLimitFailBeforeAllocating) {
-  char* tail = huge_text::Map("");
+// Every text function's size limit on one mapped text: sizes that an int
+// cannot hold fail with RESULT_OUT_OF_MEMORY before anything is allocated,
+// and lengths whose int form would be short (2^32 + 4 truncates to 4) neither
+// overrun nor allocate.
+TEST(TextSizes, BeyondTheIntLimitFailBeforeAllocatingOrOverrunning) {
+  char* tail = huge_text::Map("b \r\n");
   if (tail == nullptr) GTEST_SKIP() << "no address space for a 4 GiB text";
-  const auto* wszEnd = reinterpret_cast<const USHORT*>(tail);  // units of 0x6161 before it
+  char* end = tail + 4;
+  const auto* wszEnd = reinterpret_cast<const USHORT*>(end);  // no zero unit before it
+  const size_t kWrapping = (size_t{1} << 32) + 4;
+  char* szSrc = strdup("ab");
   alloc_failure::FailNth(0);
   RResult result = RESULT_SUCCEEDED;
-  EXPECT_EQ(GetUTF16Text(tail - 715827882, &result), nullptr);
+  for (const size_t length : {size_t{INT_MAX}, kWrapping}) {
+    EXPECT_EQ(CopyString(end - length, &result), nullptr);
+    EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
+    result = RESULT_SUCCEEDED;
+    EXPECT_EQ(CatchString(szSrc, end - (length - 2), &result), nullptr);
+    EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
+    EXPECT_STREQ(szSrc, "ab");
+    result = RESULT_SUCCEEDED;
+  }
+  EXPECT_EQ(GetUTF16Text(end - 715827882, &result), nullptr);
   EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
   result = RESULT_SUCCEEDED;
   EXPECT_EQ(WcsLen(wszEnd - (size_t{1} << 31), &result), -1);
@@ -107,6 +120,10 @@ TEST(ConversionSizes, BeyondTheIntLimitFailBeforeAllocating) {
   EXPECT_EQ(CopyWString(wszEnd - INT_MAX, &result), nullptr);
   EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
   EXPECT_EQ(alloc_failure::Count(), 0);
+  free(szSrc);
+  EXPECT_EQ(EndsWith(end - kWrapping, "AB \r\n"), TRUE);
+  ChopStringEnd(end - kWrapping);
+  EXPECT_STREQ(tail, "b");
   huge_text::Unmap(tail);
 }
 

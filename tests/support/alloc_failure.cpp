@@ -44,13 +44,11 @@ void FailNth(long n) {
 long Count() { return g_count; }
 
 long ForEachFailure(const std::function<void()>& call, const std::function<void(long)>& check) {
-  FailNth(0);
-  call();
-  const long total = Count();
-  check(0);
-  for (long n = 1; n <= total; ++n) {
+  long total = 0;
+  for (long n = 0; n <= total; ++n) {
     FailNth(n);
     call();
+    total = n == 0 ? Count() : total;
     FailNth(0);
     check(n);
   }

@@ -19,20 +19,19 @@ constexpr size_t kRun = size_t{1} << 20, kRuns = 4097, kSpan = kRun * kRuns + 40
 // null when the address space is not there; release with Unmap(tail).
 inline char* Map(const char* tail) {
   const int fd = memfd_create("run", 0);
-  void* span = mmap(nullptr, kSpan, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  void* span = mmap(nullptr, kSpan, PROT_READ | PROT_WRITE,
+                    MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
   char* base = span != MAP_FAILED ? static_cast<char*>(span) : nullptr;
   bool ok = fd >= 0 && ftruncate(fd, kRun) == 0 && base != nullptr;
   for (size_t k = 0; ok && k < kRuns; ++k) {
     ok = mmap(base + k * kRun, kRun, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, fd, 0) !=
          MAP_FAILED;
   }
-  char* end = ok ? base + kRun * kRuns : nullptr;
-  ok = ok && mmap(end, 4096, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1,
-                  0) != MAP_FAILED;
-  if (ok) memset(base, 'a', kRun);
   if (fd >= 0) close(fd);
   if (!ok && base != nullptr) munmap(base, kSpan);
-  return ok ? strcpy(end, tail) : nullptr;
+  if (!ok) return nullptr;
+  memset(base, 'a', kRun);
+  return strcpy(base + kRun * kRuns, tail);
 }
 
 inline void Unmap(char* tail) { munmap(tail + 4096 - kSpan, kSpan); }
