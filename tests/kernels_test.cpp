@@ -9,7 +9,6 @@
 
 namespace {
 
-using kernel_diff::Differences;
 using kernel_diff::Kernels;
 using kernel_diff::Levels;
 
@@ -32,7 +31,7 @@ TEST(Kernels, EveryLevelAgreesWithTheScalarTwinsOnRandomText) {
       for (size_t n = random() % 50; n > 0; --n) text += plain;
       text += kRare[random() % kRare.size()];
     }
-    ASSERT_EQ(Differences(text, random()), "") << testing::PrintToString(text);
+    ASSERT_EQ(kernel_diff::Differences(text, random()), "") << testing::PrintToString(text);
   }
 }
 

@@ -2,7 +2,6 @@
 
 #include <string>
 #include <tuple>
-#include <vector>
 
 #include <commonhelpers/commonhelpers.h>
 #include "support/wide.h"
@@ -14,7 +13,6 @@ namespace {
 TEST(CharacterClasses, MatchTheirRangesOverAllUnits) {
   using Classifier = BOOL (*)(USHORT, RResult*);
   const Classifier classifiers[] = {BelongsToEnglish, BelongsToChinese, BelongsToNumber};
-  std::vector<int> counts(3);
   for (unsigned u = 0; u <= 0xFFFF; ++u) {
     const BOOL expected[3] = {(u >= 'A' && u <= 'Z') || (u >= 'a' && u <= 'z'),
                               u >= 0x4E00 && u <= 0x9FFF,
@@ -23,7 +21,6 @@ TEST(CharacterClasses, MatchTheirRangesOverAllUnits) {
     for (int k = 0; k < 3; ++k, result = RESULT_INV_DATA) {
       ASSERT_EQ(classifiers[k](static_cast<USHORT>(u), &result), expected[k]) << k << " " << u;
       ASSERT_EQ(result, RESULT_SUCCEEDED);
-      counts[k] += expected[k];
     }
     const LanguageType type = expected[0]   ? TTS_LANG_FOREIGN
                               : expected[1] ? TTS_LANG_PRIMARY
@@ -31,7 +28,6 @@ TEST(CharacterClasses, MatchTheirRangesOverAllUnits) {
     ASSERT_EQ(GetTextType(static_cast<USHORT>(u), &result), type) << u;
     ASSERT_EQ(result, RESULT_SUCCEEDED);
   }
-  EXPECT_EQ(counts, (std::vector<int>{52, 20992, 24}));
 }
 
 // A text in UTF-8 and UTF-16 with the answers of ValidEnglishWord (bytes),
@@ -43,7 +39,6 @@ TEST(TextTests, AnswerOverWholeTexts) {
       {"Hello", u"Hello", TRUE, TRUE, FALSE},
       {"", u"", TRUE, FALSE, FALSE},
       {"abc1", u"abc1", FALSE, TRUE, FALSE},
-      {"two words", u"two words", FALSE, TRUE, FALSE},
       {"caf\xC3\xA9", u"caf\xE9", FALSE, TRUE, FALSE},
       {"\xC1\xE1", u"\xC1\xE1", FALSE, FALSE, FALSE},
       {"\xEF\xBC\xA1", u"\xFF21", FALSE, FALSE, FALSE},                   // Ａ

@@ -15,7 +15,6 @@ TEST(Split, ReturnsTheNonEmptyPiecesAndAppendsTheDelimiter) {
       {"a,b,c", ",", {"a", "b", "c"}},
       {",a,,b,", ",", {"a", "b"}},
       {"", ",", {}},
-      {",", ",", {}},
       {"a---b", "--", {"a", "-b"}},
       {"aXbXXc", "XX", {"aXb", "c"}},
       {"a-", "--", {"a"}},          // a tail overlapping the appended delimiter
