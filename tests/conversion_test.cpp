@@ -120,6 +120,12 @@ TEST(TextSizes, BeyondTheIntLimitFailBeforeAllocatingOrOverrunning) {
   EXPECT_EQ(CopyWString(wszEnd - INT_MAX, &result), nullptr);
   EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
   EXPECT_EQ(alloc_failure::Count(), 0);
+  EXPECT_EQ(WcsLen(wszEnd - INT_MAX, &result), INT_MAX);  // the longest an int holds
+  EXPECT_EQ(result, RESULT_SUCCEEDED);
+  alloc_failure::FailNth(1);  // one byte less: the buffer is asked for
+  EXPECT_EQ(GetUTF16Text(end - 715827881, &result), nullptr);
+  EXPECT_EQ(alloc_failure::Count(), 1);
+  alloc_failure::FailNth(0);
   free(szSrc);
   EXPECT_EQ(EndsWith(end - kWrapping, "AB \r\n"), TRUE);
   ChopStringEnd(end - kWrapping);

@@ -1,10 +1,8 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <cstring>
 #include <map>
-#include <memory>
 #include <string>
+#include <vector>
 
 #include <commonhelpers/commonhelpers.h>
 
@@ -14,15 +12,13 @@ namespace {
 // past its terminator) into an exact-size heap destination, and again in
 // place in a second copy: both must give the same text.
 std::string Normalize(const std::string& text) {
-  std::unique_ptr<char[]> in(new char[text.size() + 1]);
-  memcpy(in.get(), text.c_str(), text.size() + 1);
-  std::unique_ptr<char[]> out(new char[text.size() + 1]);
+  std::vector<char> in(text.c_str(), text.c_str() + text.size() + 1), out(text.size() + 1);
   RResult result = RESULT_ANY_ERROR;
-  fullToHalf(in.get(), out.get(), &result);
+  fullToHalf(in.data(), out.data(), &result);
   EXPECT_EQ(result, RESULT_SUCCEEDED);
-  fullToHalf(in.get(), in.get(), &result);
-  EXPECT_STREQ(in.get(), out.get()) << "in place";
-  return out.get();
+  fullToHalf(in.data(), in.data(), &result);
+  EXPECT_STREQ(in.data(), out.data()) << "in place";
+  return out.data();
 }
 
 std::string Utf8(uint32_t cp) {

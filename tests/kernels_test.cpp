@@ -9,9 +9,6 @@
 
 namespace {
 
-using kernel_diff::Kernels;
-using kernel_diff::Levels;
-
 // Runs of one plain piece, long enough for whole blocks of the widest level,
 // each ended by a rare one: a full-width space or digit, a four-byte
 // character, or the malformed (a stray continuation, a lone lead, an overlong
@@ -40,7 +37,8 @@ TEST(Kernels, EveryLevelAgreesWithTheScalarTwinsOnRandomText) {
 // one, else the widest.
 TEST(Kernels, LevelsStartWithTheScalarOneAndTheEnvironmentPicksAmongThem) {
   using commonhelpers_internal::ChooseKernels;
-  const std::vector<const Kernels*> levels = Levels();
+  using kernel_diff::Kernels;
+  const std::vector<const Kernels*> levels = kernel_diff::Levels();
   std::string names;
   for (const Kernels* level : levels) names += std::string(level->name) + " ";
   EXPECT_EQ(std::string("scalar sse2 avx2 avx512 ").substr(0, names.size()), names);

@@ -44,7 +44,6 @@ TEST(TextTests, AnswerOverWholeTexts) {
       {"\xEF\xBC\xA1", u"\xFF21", FALSE, FALSE, FALSE},                   // Ａ
       {"\xE4\xBD\xA0\xE5\xA5\xBD", u"\x4F60\x597D", FALSE, FALSE, TRUE},  // 你好
       {"\xE4\xBD\xA0Z", u"\x4F60Z", FALSE, TRUE, TRUE},
-      {"x \xE9\xBF\xBF", u"x \x9FFF", FALSE, TRUE, TRUE},
       {"\xE3\x81\x82\xE3\x81\x84", u"\x3042\x3044", FALSE, FALSE, FALSE},  // あい
       {"\xF0\xA0\x80\x80", u"\xD840\xDC00", FALSE, FALSE, FALSE},          // U+20000
       {"\xE4\xBD\xA0\xFF", u"\x4F60", FALSE, FALSE, FALSE}};

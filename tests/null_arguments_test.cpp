@@ -27,16 +27,15 @@ bool Answered(T* p) {
 
 // The policy that a call shows. `expr` may use `r` for its result and `t` (a
 // wide "a b"), `d` (a wide " ") and `buf` as scratch.
-#define CALL(expr)                                                      \
-  [] {                                                                  \
-    RResult r = RESULT_SUCCEEDED;                                       \
-    USHORT t[] = {'a', ' ', 'b', 0}, d[] = {' ', 0}, *cur = t;          \
-    char buf[16] = "a";                                                 \
-    (void)t, (void)d, (void)cur, (void)buf;                             \
-    const bool answered = Answered(expr);                               \
-    return std::string(r == RESULT_INV_ARGUMENT ? "RESULT_INV_ARGUMENT" \
-                       : answered               ? "ordinary"            \
-                                                : "default");                         \
+#define CALL(expr)                                                              \
+  [] {                                                                          \
+    RResult r = RESULT_SUCCEEDED;                                               \
+    [[maybe_unused]] USHORT t[] = {'a', ' ', 'b', 0}, d[] = {' ', 0}, *cur = t; \
+    [[maybe_unused]] char buf[16] = "a";                                        \
+    const bool answered = Answered(expr);                                       \
+    return std::string(r == RESULT_INV_ARGUMENT ? "RESULT_INV_ARGUMENT"         \
+                       : answered               ? "ordinary"                    \
+                                                : "default");                                 \
   }
 
 const std::map<std::string, std::function<std::string()>>& Calls() {

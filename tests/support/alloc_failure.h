@@ -1,8 +1,7 @@
-// Allocation-failure switch for tests.
-//
-// The test binary is linked with -Wl,--wrap=malloc,--wrap=calloc,--wrap=free,
-// so every malloc and calloc made by the library (and by the test code, but
-// not by operator new) goes through a counter, one per thread.
+// Allocation-failure switch for tests. The test binary is linked with
+// -Wl,--wrap=malloc,--wrap=calloc,--wrap=free, so every malloc and calloc made
+// by the library (and by the test code, but not by operator new) goes through
+// a counter, one per thread.
 #ifndef COMMONHELPERS_TESTS_SUPPORT_ALLOC_FAILURE_H_
 #define COMMONHELPERS_TESTS_SUPPORT_ALLOC_FAILURE_H_
 
@@ -21,10 +20,9 @@ long Count();
 long Frees();
 
 // Runs `call` once with no failure, then once for each allocation that run
-// made, failing the 1st, the 2nd, and so on. After each run, with nothing
-// failing, `check(n)` checks what the call left: n is the allocation that
-// failed, 0 for the run without failure. Returns the number of allocations of
-// the run without failure.
+// made, failing the 1st, the 2nd, and so on; after each run, with nothing
+// failing, `check(n)` checks what the call left (n: the allocation that
+// failed, 0 for none). Returns the allocations of the run without failure.
 long ForEachFailure(const std::function<void()>& call, const std::function<void(long)>& check);
 
 }  // namespace alloc_failure

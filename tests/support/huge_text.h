@@ -1,6 +1,6 @@
-// Texts past the int limits for almost no memory, for the size checks. Tests
-// that use one are named BeyondTheIntLimit: runs under valgrind or
-// ThreadSanitizer, which would walk gigabytes, leave them out.
+// A text past the int limits for almost no memory, for the BeyondTheIntLimit
+// test (which valgrind and ThreadSanitizer runs leave out: they would walk
+// gigabytes).
 #ifndef COMMONHELPERS_TESTS_SUPPORT_HUGE_TEXT_H_
 #define COMMONHELPERS_TESTS_SUPPORT_HUGE_TEXT_H_
 

@@ -17,8 +17,7 @@ namespace kernel_diff {
 
 using commonhelpers_internal::Kernels;
 
-// Scalar first.
-inline std::vector<const Kernels*> Levels() {
+inline std::vector<const Kernels*> Levels() {  // scalar first
   size_t count = 0;
   const Kernels* const* levels = commonhelpers_internal::AvailableKernels(&count);
   return {levels, levels + count};
