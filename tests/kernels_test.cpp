@@ -9,6 +9,8 @@
 
 namespace {
 
+using kernel_diff::Kernels;
+
 // Runs of one plain piece, long enough for whole blocks of the widest level,
 // each ended by a rare one: a full-width space or digit, a four-byte
 // character, or the malformed (a stray continuation, a lone lead, an overlong
@@ -32,12 +34,138 @@ TEST(Kernels, EveryLevelAgreesWithTheScalarTwinsOnRandomText) {
   }
 }
 
+// Characters of every length and edge that the runs take, with their UTF-16
+// units; what the runs must stop before (the last three only end a text).
+const std::pair<std::string, char16_t> kCharacters[] = {{"a", u'a'},
+                                                        {"\x7F", 0x7F},
+                                                        {"\xC2\x80", 0x80},
+                                                        {"\xDF\xBF", 0x7FF},
+                                                        {"\xE0\xA0\x80", 0x800},
+                                                        {"\xED\x9F\xBF", 0xD7FF},
+                                                        {"\xEE\x80\x80", 0xE000},
+                                                        {"\xEF\xBF\xBF", 0xFFFF},
+                                                        {"\xE4\xBD\xA0", 0x4F60}};
+const std::string kNotUtf8[] = {"\xF0\x9F\x98\x80",
+                                "\x80",
+                                "\xC0\x80",
+                                "\xC1\xBF",
+                                "\xE0\x9F\xBF",
+                                "\xED\xA0\x80",
+                                "\xFF",
+                                "\xC3"
+                                "a",
+                                "\xE4\xBD"
+                                "a",
+                                "\xE4\xBD",
+                                "\xC3"};
+const std::u16string kNotUtf16[] = {u"\xD800", u"\xDBFF", u"\xDC00", u"\xDFFF"};
+// fullToHalf's units and what they become.
+const std::pair<std::string, std::string> kUnits[] = {{"a", "a"},
+                                                      {"\xEF\xBC\xA1", "A"},
+                                                      {"\xE3\x80\x80", " "},
+                                                      {"\xE2\x91\xA0", "1"},
+                                                      {"\xE2\x80\x93", "-"},
+                                                      {"\xEF\xBD\x9E", "~"},
+                                                      {"\xC3\xA9", "\xC3\xA9"},
+                                                      {"\x80", "\x80"},
+                                                      {"\xE4\xBD\xA0", "\xE4\xBD\xA0"},
+                                                      {"\xEF\xBC\x8C", "\xEF\xBC\x8C"}};
+const std::string kNotHalfWidth[] = {"\xE4\xE4\xE4", "\xEF\xE3\x80", "\xE3\x80\xE3",
+                                     "\xEF\xBC",     "\xE3",         "\xE4\xBD"};
+
+// A text for a run: characters of its kind, what their units are, and the
+// units before and after each of them, then something it does not take.
+template <typename Src, typename Dst>
+struct RunCase {
+  std::basic_string<Src> text;
+  std::basic_string<Dst> units;
+  std::vector<size_t> in, out;
+  void Add(const std::basic_string<Src>& from, const std::basic_string<Dst>& to) {
+    text += from;
+    units += to;
+    in.push_back(text.size());
+    out.push_back(units.size());
+  }
+  // The run from the start into `cap` units of room: where it must stop, and
+  // that it wrote those units and nothing after them.
+  template <typename Run>
+  std::string Check(Run run, size_t cap) const {
+    size_t taken = 0;
+    while (taken < in.size() && out[taken] <= cap) ++taken;
+    const size_t wantIn = taken > 0 ? in[taken - 1] : 0, wantOut = taken > 0 ? out[taken - 1] : 0;
+    const std::vector<Src> src(text.begin(), text.end());  // exactly n units, for ASan
+    std::vector<Dst> dst(cap + 8, 0x5A), want(units.begin(), units.begin() + wantOut);
+    want.resize(dst.size(), 0x5A);
+    size_t i = 0, o = 0;
+    run(src.data(), src.size(), i, dst.data(), cap, o);
+    if (i == wantIn && o == wantOut && dst == want) return "";
+    return "stopped at " + std::to_string(i) + "/" + std::to_string(o) + " for " +
+           std::to_string(wantIn) + "/" + std::to_string(wantOut) + " into " + std::to_string(cap);
+  }
+};
+
+// Each level's runs alone, on a few blocks of characters of their kind ended
+// by one they do not take or by nothing: a run takes every character before
+// it, writes their units and nothing after them, and stops right there; with
+// less room, it takes exactly as many as fit.
+TEST(Kernels, EveryRunTakesAllOfItsKindThatFitsAndStopsRightBeforeTheRest) {
+  std::mt19937 random(7);
+  for (int round = 0; round < 1500; ++round) {
+    RunCase<char, char16_t> utf8;
+    RunCase<char16_t, char> utf16;
+    RunCase<char, char> half;
+    for (size_t k = random() % 150; k > 0; --k) {
+      const auto& c = kCharacters[random() % std::size(kCharacters)];
+      const auto& u = kUnits[random() % std::size(kUnits)];
+      utf8.Add(c.first, std::u16string(1, c.second));
+      utf16.Add(std::u16string(1, c.second), c.first);
+      half.Add(u.first, u.second);
+    }
+    if (round % 4 != 0) {
+      const size_t last =
+          round % 4 == 1 ? 0 : 2;  // the pieces cut short by the end only end a text
+      utf8.text += kNotUtf8[random() % (std::size(kNotUtf8) - last)] + std::string("a\xC3\xA9");
+      utf16.text += kNotUtf16[random() % std::size(kNotUtf16)] + u"a";
+      half.text +=
+          kNotHalfWidth[random() % (std::size(kNotHalfWidth) - last - 1)] + (last ? "a" : "");
+    }
+    const size_t cap = round % 2 ? 3 * utf8.text.size() : random() % (utf16.units.size() + 2);
+    for (const Kernels* level : kernel_diff::Levels()) {
+      const std::string at = std::string(level->name) + ", round " + std::to_string(round) + ": ";
+      ASSERT_EQ(utf8.Check(
+                    [&](const char* s, size_t n, size_t& i, char16_t* d, size_t c, size_t& o) {
+                      level->utf8To16(reinterpret_cast<const uint8_t*>(s), n, i,
+                                      reinterpret_cast<uint16_t*>(d), c, o);
+                    },
+                    cap),
+                "")
+          << at << "UTF-8";
+      ASSERT_EQ(utf16.Check(
+                    [&](const char16_t* s, size_t n, size_t& i, char* d, size_t c, size_t& o) {
+                      level->utf16To8(reinterpret_cast<const uint16_t*>(s), n, i,
+                                      reinterpret_cast<uint8_t*>(d), c, o);
+                    },
+                    cap),
+                "")
+          << at << "UTF-16";
+      ASSERT_EQ(half.Check(
+                    [&](const char* s, size_t n, size_t& i, char* d, size_t, size_t& o) {
+                      level->halfWidth(reinterpret_cast<const uint8_t*>(s), n, i,
+                                       reinterpret_cast<uint8_t*>(d), o);
+                    },
+                    half.text.size()),
+                "")
+          << at << "fullToHalf";
+    }
+  }
+}
+
 // The scalar level first, then the ones that this build has and the CPU
 // runs, narrowest first; COMMONHELPERS_SIMD picks its level when there is
-// one, else the widest.
-TEST(Kernels, LevelsStartWithTheScalarOneAndTheEnvironmentPicksAmongThem) {
+// one, else the widest: with nothing asked, the widest level of the build
+// whose instructions this CPU has.
+TEST(Kernels, LevelsStartWithTheScalarOneAndTheWidestTheCpuRunsIsTheDefault) {
   using commonhelpers_internal::ChooseKernels;
-  using kernel_diff::Kernels;
   const std::vector<const Kernels*> levels = kernel_diff::Levels();
   std::string names;
   for (const Kernels* level : levels) names += std::string(level->name) + " ";
@@ -46,6 +174,23 @@ TEST(Kernels, LevelsStartWithTheScalarOneAndTheEnvironmentPicksAmongThem) {
   for (const char* asked : {"neon", "", "sse", static_cast<const char*>(nullptr)})
     EXPECT_EQ(&ChooseKernels(asked), levels.back());
   EXPECT_EQ(&commonhelpers_internal::ActiveKernels(), &ChooseKernels(getenv("COMMONHELPERS_SIMD")));
+  size_t built = 0;
+  const Kernels* const* all = commonhelpers_internal::BuiltLevels(&built);
+  std::string widest = "scalar";
+  for (size_t k = 0; k < built; ++k) {
+    const std::string name = all[k]->name;
+#if defined(__x86_64__)
+    __builtin_cpu_init();
+    const bool avx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
+                      __builtin_cpu_supports("popcnt");
+    if (name == "sse2" || (name == "avx2" && avx2) ||
+        (name == "avx512" && avx2 && __builtin_cpu_supports("avx512bw") &&
+         __builtin_cpu_supports("avx512vbmi2") && __builtin_cpu_supports("avx512vl"))) {
+      widest = name;
+    }
+#endif
+  }
+  EXPECT_EQ(ChooseKernels(nullptr).name, widest);
 }
 
 }  // namespace

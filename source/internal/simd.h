@@ -1,11 +1,12 @@
 // simd.h (internal): the hot loops as kernels, one table per SIMD level.
 //
-// Every routine has an exact scalar twin in its family's file, always
-// compiled; a level's kernel has the same signature and the same result on
-// every input, and only changes the speed. A level is one file under
-// source/kernels/ that names its target in the source, plus one line in the
-// level list; a level that has no kernel of its own for a routine takes the
-// narrower level's.
+// A level is one file under source/kernels/ that names its target in the
+// source and defines a table of its kernels; the scalar level is one such
+// file too, and the levels file of the build lists them, narrowest first.
+// Every level's kernel has the same contract and the same result on every
+// input, down to where it stops: only the speed differs. No level falls back
+// on another: a run takes every character of its kind, in blocks as wide as
+// its level, and its caller takes the one character it stops at.
 //
 // The level is chosen once, on first use, as the widest that the CPU
 // reports. COMMONHELPERS_SIMD=scalar|sse2|avx2|avx512 in the environment
@@ -16,58 +17,63 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 #include <commonhelpers/stringconverter.h>
 
 namespace commonhelpers_internal {
 
-// A run copier starts at src[i] / dst[o] (i < n and o < cap hold the source
-// length and the room before the terminator) and moves i and o past the
-// units it converted. It stops before the first unit that is not of its
-// kind or does not fit, and may stop earlier; it never reads src[n] or
-// beyond, and never writes dst[cap] or beyond.
+// A run converts from src[i] / dst[o] (i < n, n the source units known to
+// come before the terminator, cap the room before it) every character of its
+// kind, in order, and moves i and o past them. It stops right before the
+// first character that is not of its kind or does not fit; it never reads
+// src[n] or beyond, and writes nothing but the units it converted.
+//
+// UTF-8 to UTF-16: the well-formed characters of one to three bytes.
 using Utf8To16Run = void (*)(const uint8_t* src, size_t n, size_t& i, uint16_t* dst, size_t cap,
                              size_t& o);
+// UTF-16 to UTF-8: the units that are no surrogate.
 using Utf16To8Run = void (*)(const uint16_t* src, size_t n, size_t& i, uint8_t* dst, size_t cap,
                              size_t& o);
 
-// fullToHalf's block copier: copies whole units from in[i] to out[o] that
-// normalization leaves unchanged (none at all is allowed), moving i and o,
-// and returns how many bytes the exact path must take next. `out` may be
-// `in` itself; i - o never shrinks.
-constexpr size_t kFullWidthExactStep = 16;
-using UnchangedBlocks = size_t (*)(const uint8_t* in, size_t n, size_t& i, uint8_t* out, size_t& o);
+// fullToHalf's run: normalizes from in[i] to out[o] every unit but a
+// three-byte one that the end cuts short or that holds a lead byte
+// (1110xxxx) among its other two bytes, and moves i and o past them. `out`
+// may be `in` itself: o never passes i, and no byte is written before it
+// has been read.
+using HalfWidthRun = void (*)(const uint8_t* in, size_t n, size_t& i, uint8_t* out, size_t& o);
 
 // The number of units before the first zero unit of `text`. A level's scan
 // may read the whole aligned block that holds text[0] or the terminator, so
 // `text` must be aligned for its unit (as every uint16_t* is).
 using LengthScan16 = size_t (*)(const uint16_t* text);
 
+// Whether this CPU (and its operating system) runs a level's instructions.
+using CpuCheck = bool (*)();
+
+// Each slot has a type of its own, so that a table with two kernels swapped
+// does not compile.
 struct Kernels {
   const char* name;
-  Utf8To16Run asciiRun8To16;        // bytes below 0x80
-  Utf16To8Run asciiRun16To8;        // units below 0x80
-  Utf8To16Run threeByteRun8To16;    // well-formed three-byte characters
-  Utf16To8Run threeByteRun16To8;    // units of U+0800..U+FFFF, no surrogates
-  UnchangedBlocks fullWidthBlocks;  // see UnchangedBlocks
-  LengthScan16 terminatedLength16;  // see LengthScan16
+  CpuCheck supported;
+  Utf8To16Run utf8To16;
+  Utf16To8Run utf16To8;
+  HalfWidthRun halfWidth;
+  LengthScan16 terminatedLength16;
 };
 
-// The scalar twins (stringconverter.cpp, fullwidth.cpp).
-void AsciiRun8To16(const uint8_t* src, size_t n, size_t& i, uint16_t* dst, size_t cap, size_t& o);
-void AsciiRun16To8(const uint16_t* src, size_t n, size_t& i, uint8_t* dst, size_t cap, size_t& o);
-void ThreeByteRun8To16(const uint8_t* src, size_t n, size_t& i, uint16_t* dst, size_t cap,
-                       size_t& o);
-void ThreeByteRun16To8(const uint16_t* src, size_t n, size_t& i, uint8_t* dst, size_t cap,
-                       size_t& o);
-size_t FullWidthBlocks(const uint8_t* in, size_t n, size_t& i, uint8_t* out, size_t& o);
-size_t TerminatedLength16(const uint16_t* text);
+template <typename Slot, typename... Others>
+constexpr bool kDistinctFrom = !(std::is_same_v<Slot, Others> || ...);
+static_assert(kDistinctFrom<CpuCheck, Utf8To16Run, Utf16To8Run, HalfWidthRun, LengthScan16> &&
+                  kDistinctFrom<Utf8To16Run, Utf16To8Run, HalfWidthRun, LengthScan16> &&
+                  kDistinctFrom<Utf16To8Run, HalfWidthRun, LengthScan16> &&
+                  kDistinctFrom<HalfWidthRun, LengthScan16>,
+              "every slot of Kernels needs a type of its own");
 
-// The levels beyond scalar that this build has and this CPU runs, stored
-// narrowest first into `levels` (room for kMaxCpuLevels); returns their
-// number. Defined by the one levels file that the build compiles.
-constexpr size_t kMaxCpuLevels = 3;
-size_t CpuLevels(const Kernels** levels);
+// Every level this build has, narrowest (scalar) first, whether or not the
+// CPU runs it; `*pcount` receives their number. Defined by the one levels
+// file that the build compiles.
+const Kernels* const* BuiltLevels(size_t* pcount);
 
 // The table of the chosen level: ChooseKernels() of COMMONHELPERS_SIMD, read
 // once, on first use.
@@ -79,7 +85,7 @@ const Kernels& ChooseKernels(const char* szAsked);
 
 // Every level that this build has and this CPU runs, narrowest (scalar)
 // first; `*pcount` receives their number. For the tests, which run each
-// one against the scalar twins.
+// one against the scalar level.
 const Kernels* const* AvailableKernels(size_t* pcount);
 
 // ConvertUtfString and fullToHalf with a given table.

@@ -32,36 +32,10 @@ inline size_t TerminatedLength(const uint8_t* text) {
   return strlen(reinterpret_cast<const char*>(text));
 }
 
+// 16-bit text: the scan of the active kernel level.
 template <>
 inline size_t TerminatedLength(const uint16_t* text) {
   return ActiveKernels().terminatedLength16(text);
-}
-
-// The bytes of a zero-terminated UTF-8 text known to come before its
-// terminator, found a stretch at a time just ahead of a walk over the text,
-// so that the walk reads what the scan has just brought into the cache:
-// all of them once `whole`.
-struct KnownLength {
-  size_t n;
-  bool whole;
-};
-
-constexpr size_t kStretch = 16384;
-
-inline KnownLength FirstStretch(const char* text) {
-  const size_t n = strnlen(text, kStretch);
-  return {n, n < kStretch};
-}
-
-// Grows the known part whenever the walk at `i` comes within half a stretch
-// of its end, so that the walk's exact path, which looks a few bytes ahead,
-// never takes that end for the terminator.
-inline void GrowNear(const char* text, size_t i, KnownLength& known) {
-  if (!known.whole && known.n - i < kStretch / 2) {
-    const size_t cbMore = strnlen(text + known.n, kStretch);
-    known.whole = cbMore < kStretch;
-    known.n += cbMore;
-  }
 }
 
 }  // namespace commonhelpers_internal

@@ -1,174 +1,477 @@
-// AVX2 kernels: 32 bytes or 16 to 32 units at a time, as the AVX-512 level
-// does it where AVX2 has the instructions. The three-byte run from UTF-16 is
-// the SSE2 level's.
+// AVX2 kernels: blocks of 64 bytes or 32 units in two registers. What a
+// block keeps is packed eight 16-bit units, four characters or eight bytes at
+// a time by a byte shuffle from a table built at compile time, into a local
+// buffer, and copied out at its exact length.
 #include <immintrin.h>
 
 #include <cstdint>
 #include <cstring>
 
+#include "kernels/blocks.h"
+#include "kernels/halfwidth.h"
 #include "kernels/x86.h"
 
-#define CH_TARGET __attribute__((target("avx2")))
+#define CH_TARGET __attribute__((target("avx2,bmi,popcnt")))
 
 namespace commonhelpers_internal {
 
 namespace {
 
-CH_TARGET void Avx2AsciiRun8To16(const uint8_t* src, size_t n, size_t& i, uint16_t* dst, size_t cap,
-                                 size_t& o) {
-  while (n - i >= 32 && cap - o >= 32) {
-    const __m256i bytes = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + i));
-    if (_mm256_movemask_epi8(bytes) != 0) break;  // SSE2 writes the units before the other byte
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o),
-                        _mm256_cvtepu8_epi16(_mm256_castsi256_si128(bytes)));
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o + 16),
-                        _mm256_cvtepu8_epi16(_mm256_extracti128_si256(bytes, 1)));
-    i += 32;
-    o += 32;
+constexpr size_t kBytes = 64;
+constexpr size_t kUnits = 32;
+
+struct ShuffleRows {
+  uint8_t rows[256][16];
+};
+
+// Row m moves the 16-bit units of an 8-unit lane whose bit is set in m to
+// the front, in order.
+constexpr ShuffleRows PackUnits() {
+  ShuffleRows t{};
+  for (size_t m = 0; m < 256; ++m) {
+    size_t to = 0;
+    for (size_t unit = 0; unit < 8; ++unit) {
+      if ((m >> unit) & 1) {
+        t.rows[m][to++] = static_cast<uint8_t>(2 * unit);
+        t.rows[m][to++] = static_cast<uint8_t>(2 * unit + 1);
+      }
+    }
   }
-  Sse2AsciiRun8To16(src, n, i, dst, cap, o);
+  return t;
 }
 
-CH_TARGET void Avx2AsciiRun16To8(const uint16_t* src, size_t n, size_t& i, uint8_t* dst, size_t cap,
-                                 size_t& o) {
-  const __m256i kNonAscii = _mm256_set1_epi16(static_cast<short>(0xFF80));
-  while (n - i >= 32 && cap - o >= 32) {
-    const __m256i lo = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + i));
-    const __m256i hi = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + i + 16));
-    if (!_mm256_testz_si256(_mm256_or_si256(lo, hi), kNonAscii)) break;
-    // packus works within 128-bit lanes: put the four quarters back in order.
-    const __m256i packed = _mm256_permute4x64_epi64(_mm256_packus_epi16(lo, hi), 0xD8);
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o), packed);
-    i += 32;
-    o += 32;
+// Row m moves the bytes of an 8-byte group whose bit is set in m to the
+// front, in order; the group at bytes 8..15 of a lane adds 8 to the row.
+constexpr ShuffleRows PackBytes() {
+  ShuffleRows t{};
+  for (size_t m = 0; m < 256; ++m) {
+    size_t to = 0;
+    for (size_t byte = 0; byte < 8; ++byte) {
+      if ((m >> byte) & 1) t.rows[m][to++] = static_cast<uint8_t>(byte);
+    }
   }
-  Sse2AsciiRun16To8(src, n, i, dst, cap, o);
+  return t;
 }
 
-CH_TARGET void Avx2ThreeByteRun8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* dst,
-                                     size_t cap, size_t& ro) {
-  if (n - ri < 6 || (src[ri + 3] & 0xF0) != 0xE0) {
-    ThreeByteRun8To16(src, n, ri, dst, cap, ro);  // none or one, as in mostly ASCII text
-    return;
+// The UTF-8 forms of four units, each in a 32-bit lane with its first byte
+// lowest: row m (bit j: unit j has two or more bytes, bit 4 + j: three)
+// moves the bytes each form uses to the front; `size` is their number.
+struct FormRows {
+  uint8_t rows[256][16];
+  uint8_t size[256];
+};
+
+constexpr FormRows PackForms() {
+  FormRows t{};
+  for (size_t m = 0; m < 256; ++m) {
+    size_t to = 0;
+    for (size_t unit = 0; unit < 4; ++unit) {
+      const size_t length = 1 + ((m >> unit) & 1) + ((m >> (4 + unit)) & 1);
+      for (size_t byte = 0; byte < length; ++byte) {
+        t.rows[m][to++] = static_cast<uint8_t>(4 * unit + byte);
+      }
+    }
+    t.size[m] = static_cast<uint8_t>(to);
   }
-  // 16 characters (48 bytes) from two loads, each spread over 32-bit lanes
-  // as at the AVX-512 level.
-  const __m256i kFirst = _mm256_setr_epi32(0, 1, 2, 0, 3, 4, 5, 0);
-  const __m256i kSecond = _mm256_setr_epi32(2, 3, 4, 0, 5, 6, 7, 0);
-  const __m256i kSpread =
-      _mm256_setr_epi8(0, 1, 2, -128, 3, 4, 5, -128, 6, 7, 8, -128, 9, 10, 11, -128, 0, 1, 2, -128,
-                       3, 4, 5, -128, 6, 7, 8, -128, 9, 10, 11, -128);
-  const __m256i kPatternBits = _mm256_set1_epi32(0xC0C0F0);
-  const __m256i kPattern = _mm256_set1_epi32(0x8080E0);
-  const __m256i kTopBits = _mm256_set1_epi32(0xF800);
-  const __m256i kSurrogate = _mm256_set1_epi32(0xD800);
-  const __m256i zero = _mm256_setzero_si256();
+  return t;
+}
+
+constexpr ShuffleRows kPackUnits = PackUnits();
+constexpr ShuffleRows kPackBytes = PackBytes();
+constexpr FormRows kPackForms = PackForms();
+
+// fullToHalf's changes, by the lead and the low six bits of the byte after
+// it: EF 3C and EF 3D (the full-width forms, byte k + 0x20 and k + 0x60 for
+// the low six bits k of the third byte), E2 00 (dashes, '-'), E2 11 (circled
+// digits, k + 0x11) and E3 00 (the ideographic space, k = 0 only). Bit k & 7
+// of byte k >> 3 tells whether k changes; the first table holds EF 3C then EF
+// 3D, the second E2 00 then E2 11.
+struct Bitmaps {
+  uint8_t bytes[16];
+};
+
+constexpr Bitmaps ChangeBits(uint32_t first, uint32_t second) {
+  Bitmaps t{};
+  for (uint32_t k = 0; k < 64; ++k) {
+    t.bytes[k >> 3] |= static_cast<uint8_t>((HalfWidthOf(first | k) != 0) << (k & 7));
+    t.bytes[8 + (k >> 3)] |= static_cast<uint8_t>((HalfWidthOf(second | k) != 0) << (k & 7));
+  }
+  return t;
+}
+
+constexpr Bitmaps kFullWidthBits = ChangeBits(0xFF00, 0xFF40);
+constexpr Bitmaps kPunctuationBits = ChangeBits(0x2000, 0x2440);
+
+constexpr bool HalvesFollowTheTable() {
+  for (uint32_t k = 0; k < 64; ++k) {
+    const uint8_t halves[][2] = {{HalfWidthOf(0xFF00 | k), static_cast<uint8_t>(k + 0x20)},
+                                 {HalfWidthOf(0xFF40 | k), static_cast<uint8_t>(k + 0x60)},
+                                 {HalfWidthOf(0x2000 | k), '-'},
+                                 {HalfWidthOf(0x2440 | k), static_cast<uint8_t>(k + 0x11)},
+                                 {HalfWidthOf(0x3000 | k), static_cast<uint8_t>(k + 0x20)}};
+    for (const auto& half : halves) {
+      if (half[0] != 0 && half[0] != half[1]) return false;
+    }
+    if (HalfWidthOf(0x3000 | k) != 0 && k != 0) return false;
+  }
+  return true;
+}
+static_assert(HalvesFollowTheTable(), "the changed bytes are computed as the table says");
+
+bool Avx2Supported() {
+  __builtin_cpu_init();
+  return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
+         __builtin_cpu_supports("popcnt");
+}
+
+CH_TARGET __m256i Byte(int b) { return _mm256_set1_epi8(static_cast<char>(b)); }
+
+CH_TARGET uint64_t Bits(__m256i m, int k) {
+  return uint64_t{static_cast<uint32_t>(_mm256_movemask_epi8(m))} << (32 * k);
+}
+
+CH_TARGET void Load(const void* block, __m256i (&v)[2]) {
+  v[0] = _mm256_loadu_si256(static_cast<const __m256i*>(block));
+  v[1] = _mm256_loadu_si256(static_cast<const __m256i*>(block) + 1);
+}
+
+// The bytes `shift` (1 or 2) places before each byte of v[k], from `prev`
+// (the block before) for the first ones.
+template <int shift>
+CH_TARGET __m256i Before(const __m256i (&v)[2], __m256i before, int k) {
+  const __m256i prev = k == 0 ? before : v[0];
+  return _mm256_alignr_epi8(v[k], _mm256_permute2x128_si256(prev, v[k], 0x21), 16 - shift);
+}
+
+// The bytes `shift` places after each byte of v[k], from `after` (the bytes
+// after the block) for the last ones.
+template <int shift>
+CH_TARGET __m256i After(const __m256i (&v)[2], __m256i after, int k) {
+  const __m256i next = k == 0 ? v[1] : after;
+  return _mm256_alignr_epi8(_mm256_permute2x128_si256(v[k], next, 0x21), v[k], shift);
+}
+
+CH_TARGET Utf8Bytes ClassifyUtf8(const __m256i (&v)[2], const Utf8Bytes& left) {
+  Utf8Bytes b = left;
+  for (int k = 0; k < 2; ++k) {
+    const __m256i x = v[k];
+    const __m256i high = _mm256_and_si256(x, Byte(0xF0));
+    b.nonAscii |= Bits(x, k);
+    b.cont |= Bits(_mm256_cmpgt_epi8(Byte(0xC0), x), k);
+    b.lead3 |= Bits(_mm256_cmpeq_epi8(high, Byte(0xE0)), k);
+    b.bad |= Bits(_mm256_or_si256(_mm256_cmpeq_epi8(high, Byte(0xF0)),
+                                  _mm256_cmpeq_epi8(_mm256_and_si256(x, Byte(0xFE)), Byte(0xC0))),
+                  k);
+    b.e0 |= Bits(_mm256_cmpeq_epi8(x, Byte(0xE0)), k);
+    b.ed |= Bits(_mm256_cmpeq_epi8(x, Byte(0xED)), k);
+    b.belowA0 |= Bits(_mm256_cmpgt_epi8(Byte(0xA0), x), k);  // 0x80..0x9F, as signed bytes
+  }
+  b.belowA0 |= ~b.nonAscii;
+  return b;
+}
+
+// The unit of the character that ends at each byte of v[k], from that byte
+// and the two before it (garbage where no character ends), as 16-bit units
+// in the order of unpacklo and unpackhi: bytes 0-7 and 16-23, 8-15 and 24-31.
+CH_TARGET void DecodeUtf8(const __m256i (&v)[2], __m256i prev, int k, __m256i& first,
+                          __m256i& second) {
+  const __m256i x = v[k];
+  const __m256i p1 = Before<1>(v, prev, k);
+  const __m256i p2 = Before<2>(v, prev, k);
+  const __m256i lo = _mm256_or_si256(_mm256_and_si256(x, Byte(0x3F)),
+                                     _mm256_and_si256(_mm256_slli_epi16(p1, 6), Byte(0xC0)));
+  const __m256i third = _mm256_and_si256(_mm256_cmpgt_epi8(Byte(0xC0), p1),
+                                         _mm256_and_si256(_mm256_slli_epi16(p2, 4), Byte(0xF0)));
+  const __m256i nonAscii = _mm256_cmpgt_epi8(_mm256_setzero_si256(), x);
+  const __m256i hi = _mm256_and_si256(
+      nonAscii, _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(p1, 2), Byte(0x0F)), third));
+  const __m256i low = _mm256_blendv_epi8(x, lo, nonAscii);
+  first = _mm256_unpacklo_epi8(low, hi);
+  second = _mm256_unpackhi_epi8(low, hi);
+}
+
+// Two rows of a shuffle table, one per 128-bit lane.
+CH_TARGET __m256i Rows(const uint8_t* lane0, const uint8_t* lane1) {
+  return _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(lane1),
+                             reinterpret_cast<const __m128i*>(lane0));
+}
+
+// Packs each 8-unit lane of `first` and `second` (the 8-byte groups of a
+// 32-byte register in the order of DecodeUtf8) by its bits of `ends`, and
+// stores the groups in order into `out` at their starts `at`: each store
+// writes a whole lane, past the units it keeps, which the next one covers.
+CH_TARGET void PackUnits(__m256i first, __m256i second, uint32_t ends, uint16_t* out,
+                         const size_t* at) {
+  const __m256i even = _mm256_shuffle_epi8(
+      first, Rows(kPackUnits.rows[ends & 0xFF], kPackUnits.rows[(ends >> 16) & 0xFF]));
+  const __m256i odd = _mm256_shuffle_epi8(
+      second, Rows(kPackUnits.rows[(ends >> 8) & 0xFF], kPackUnits.rows[ends >> 24]));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at[0]), _mm256_castsi256_si128(even));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at[1]), _mm256_castsi256_si128(odd));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at[2]), _mm256_extracti128_si256(even, 1));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at[3]), _mm256_extracti128_si256(odd, 1));
+}
+
+CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* dst, size_t cap,
+                            size_t& ro) {
   size_t i = ri;
   size_t o = ro;
-  while (n - i >= 48 && cap - o >= 16) {
-    const __m256i chars[2] = {
-        _mm256_shuffle_epi8(
-            _mm256_permutevar8x32_epi32(
-                _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + i)), kFirst),
-            kSpread),
-        _mm256_shuffle_epi8(
-            _mm256_permutevar8x32_epi32(
-                _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + i + 16)), kSecond),
-            kSpread)};
-    __m256i cps[2];
-    unsigned valid = 0;
-    for (int k = 0; k < 2; ++k) {
-      const __m256i v = chars[k];
-      cps[k] = _mm256_or_si256(
-          _mm256_or_si256(_mm256_slli_epi32(_mm256_and_si256(v, _mm256_set1_epi32(0x0F)), 12),
-                          _mm256_srli_epi32(_mm256_and_si256(v, _mm256_set1_epi32(0x3F00)), 2)),
-          _mm256_and_si256(_mm256_srli_epi32(v, 16), _mm256_set1_epi32(0x3F)));
-      const __m256i top = _mm256_and_si256(cps[k], kTopBits);
-      const __m256i bad =
-          _mm256_or_si256(_mm256_cmpeq_epi32(top, zero), _mm256_cmpeq_epi32(top, kSurrogate));
-      const __m256i ok =
-          _mm256_andnot_si256(bad, _mm256_cmpeq_epi32(_mm256_and_si256(v, kPatternBits), kPattern));
-      valid |= static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(ok))) << (8 * k);
+  uint8_t pad[kBytes];
+  Utf8Bytes left = {};
+  __m256i prev = _mm256_setzero_si256();
+  while (i < n) {
+    __m256i v[2];
+    Load(BlockAt(src, n, i, pad), v);
+    left.len = n - i < kBytes ? n - i : kBytes;
+    left.atEnd = n - i == left.len;
+    const Utf8Bytes b = ClassifyUtf8(v, left);
+    const Utf8Plan plan = PlanUtf8(b, cap - o);
+    if (plan.ends == ~0ull && b.nonAscii == 0) {  // 64 ASCII bytes
+      for (int k = 0; k < 2; ++k) {
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o + 32 * k),
+                            _mm256_cvtepu8_epi16(_mm256_castsi256_si128(v[k])));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o + 32 * k + 16),
+                            _mm256_cvtepu8_epi16(_mm256_extracti128_si256(v[k], 1)));
+      }
+    } else {
+      uint16_t units[kBytes];
+      size_t at[8];
+      for (size_t g = 0; g < 8; ++g) at[g] = CountOnes(plan.ends & Below(8 * g));
+      for (int k = 0; k < 2; ++k) {
+        __m256i first, second;
+        DecodeUtf8(v, prev, k, first, second);
+        PackUnits(first, second, static_cast<uint32_t>(plan.ends >> (32 * k)), units, at + 4 * k);
+      }
+      memcpy(dst + o, units, plan.count * sizeof(uint16_t));
     }
-    // packus works within 128-bit lanes: put the four quarters back in order.
-    const __m256i units = _mm256_permute4x64_epi64(_mm256_packus_epi32(cps[0], cps[1]), 0xD8);
-    if (valid != 0xFFFF) {
-      // The characters before the first other one, written exactly.
-      uint16_t exact[16];
-      _mm256_storeu_si256(reinterpret_cast<__m256i*>(exact), units);
-      const size_t count = static_cast<size_t>(__builtin_ctz(~valid));
-      memcpy(dst + o, exact, count * sizeof(uint16_t));
-      ri = i + 3 * count;
-      ro = o + count;
-      return;
+    o += plan.count;
+    if (plan.stop) {
+      i = i - b.open + plan.resume;
+      break;
     }
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o), units);
-    i += 48;
-    o += 16;
+    i += b.len;
+    left = plan.next;
+    prev = v[1];
   }
   ri = i;
   ro = o;
-  Sse2ThreeByteRun8To16(src, n, ri, dst, cap, ro);
 }
 
-// As SSE2's MayChange, on 32 bytes.
-CH_TARGET uint32_t MayChange(__m256i block, __m256i next, __m256i third) {
-  const __m256i kLow6 = _mm256_set1_epi8(0x3F);
+// Bit p of the result for unit p of v[0] and v[1]: packs keeps each 128-bit
+// lane apart, so the quarters are put back in order.
+CH_TARGET uint64_t UnitBits(__m256i first, __m256i second) {
+  const __m256i packed = _mm256_permute4x64_epi64(_mm256_packs_epi16(first, second), 0xD8);
+  return static_cast<uint32_t>(_mm256_movemask_epi8(packed));
+}
+
+CH_TARGET Utf16Units ClassifyUtf16(const __m256i (&v)[2], size_t len) {
+  __m256i twoOrMore[2], three[2], surrogate[2];
+  for (int k = 0; k < 2; ++k) {
+    const __m256i top = _mm256_and_si256(v[k], _mm256_set1_epi16(static_cast<short>(0xF800)));
+    twoOrMore[k] = _mm256_xor_si256(
+        _mm256_cmpeq_epi16(_mm256_and_si256(v[k], _mm256_set1_epi16(static_cast<short>(0xFF80))),
+                           _mm256_setzero_si256()),
+        _mm256_set1_epi16(-1));
+    three[k] =
+        _mm256_xor_si256(_mm256_cmpeq_epi16(top, _mm256_setzero_si256()), _mm256_set1_epi16(-1));
+    surrogate[k] = _mm256_cmpeq_epi16(top, _mm256_set1_epi16(static_cast<short>(0xD800)));
+  }
+  return {UnitBits(twoOrMore[0], twoOrMore[1]) & Below(len),
+          UnitBits(three[0], three[1]) & Below(len), UnitBits(surrogate[0], surrogate[1]), len};
+}
+
+// Each unit's UTF-8 form in a 32-bit lane, first byte lowest, unused bytes
+// 0: lanes of units 0-3 and 8-11 in `first`, 4-7 and 12-15 in `second`.
+CH_TARGET void EncodeUtf16(__m256i u, __m256i& first, __m256i& second) {
   const __m256i zero = _mm256_setzero_si256();
-  const __m256i next6 = _mm256_and_si256(next, kLow6);
-  const __m256i nextZero = _mm256_cmpeq_epi8(next6, zero);
-  const __m256i u3000 = _mm256_and_si256(
-      _mm256_and_si256(_mm256_cmpeq_epi8(block, _mm256_set1_epi8(static_cast<char>(0xE3))),
-                       nextZero),
-      _mm256_cmpeq_epi8(_mm256_and_si256(third, kLow6), zero));
-  const __m256i u2000 =
-      _mm256_and_si256(_mm256_cmpeq_epi8(block, _mm256_set1_epi8(static_cast<char>(0xE2))),
-                       _mm256_or_si256(nextZero, _mm256_cmpeq_epi8(next6, _mm256_set1_epi8(0x11))));
-  const __m256i uFF00 = _mm256_and_si256(
-      _mm256_cmpeq_epi8(block, _mm256_set1_epi8(static_cast<char>(0xEF))),
-      _mm256_cmpeq_epi8(_mm256_or_si256(next6, _mm256_set1_epi8(1)), _mm256_set1_epi8(0x3D)));
-  return static_cast<uint32_t>(
-      _mm256_movemask_epi8(_mm256_or_si256(_mm256_or_si256(u3000, u2000), uFF00)));
+  const __m256i one =
+      _mm256_cmpeq_epi16(_mm256_and_si256(u, _mm256_set1_epi16(static_cast<short>(0xFF80))), zero);
+  const __m256i two =
+      _mm256_cmpeq_epi16(_mm256_and_si256(u, _mm256_set1_epi16(static_cast<short>(0xF800))), zero);
+  const __m256i last =
+      _mm256_or_si256(_mm256_and_si256(u, _mm256_set1_epi16(0x3F)), _mm256_set1_epi16(0x80));
+  const __m256i twoBytes =
+      _mm256_or_si256(_mm256_or_si256(_mm256_srli_epi16(u, 6), _mm256_slli_epi16(last, 8)),
+                      _mm256_set1_epi16(0xC0));
+  const __m256i threeBytes = _mm256_or_si256(
+      _mm256_or_si256(_mm256_srli_epi16(u, 12), _mm256_set1_epi16(static_cast<short>(0x80E0))),
+      _mm256_and_si256(_mm256_slli_epi16(u, 2), _mm256_set1_epi16(0x3F00)));
+  const __m256i firstTwo =
+      _mm256_blendv_epi8(_mm256_blendv_epi8(threeBytes, twoBytes, two), u, one);
+  const __m256i third = _mm256_andnot_si256(two, last);
+  first = _mm256_unpacklo_epi16(firstTwo, third);
+  second = _mm256_unpackhi_epi16(firstTwo, third);
 }
 
-// As the AVX-512 level's, 32 bytes at a time.
-CH_TARGET size_t Avx2FullWidthBlocks(const uint8_t* in, size_t n, size_t& ri, uint8_t* out,
-                                     size_t& ro) {
-  const __m256i kHighNibble = _mm256_set1_epi8(static_cast<char>(0xF0));
-  const __m256i kLead = _mm256_set1_epi8(static_cast<char>(0xE0));
+// Packs the forms of each 4-unit lane of `first` and `second` (in the order
+// of EncodeUtf16) by its row `index`, and stores the groups in order into
+// `out` at their starts `at`, each store covered by the next.
+CH_TARGET void PackForms(__m256i first, __m256i second, const uint8_t* index, uint8_t* out,
+                         const size_t* at) {
+  const __m256i even =
+      _mm256_shuffle_epi8(first, Rows(kPackForms.rows[index[0]], kPackForms.rows[index[2]]));
+  const __m256i odd =
+      _mm256_shuffle_epi8(second, Rows(kPackForms.rows[index[1]], kPackForms.rows[index[3]]));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at[0]), _mm256_castsi256_si128(even));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at[1]), _mm256_castsi256_si128(odd));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at[2]), _mm256_extracti128_si256(even, 1));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at[3]), _mm256_extracti128_si256(odd, 1));
+}
+
+CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* dst, size_t cap,
+                            size_t& ro) {
   size_t i = ri;
   size_t o = ro;
-  uint32_t cbAsIs = 0;
-  while (n - i >= 34) {
-    const __m256i block = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + i));
-    if (_mm256_movemask_epi8(block) == 0) {
-      _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + o), block);  // all ASCII
-      cbAsIs = 0;
-      i += 32;
-      o += 32;
+  uint16_t pad[kUnits];
+  while (i < n) {
+    __m256i v[2];
+    Load(BlockAt(src, n, i, pad), v);
+    const size_t len = n - i < kUnits ? n - i : kUnits;
+    const Utf16Units units = ClassifyUtf16(v, len);
+    const Utf16Plan plan = PlanUtf16(units, cap - o);
+    if (plan.count == kUnits && plan.bytes == plan.count) {  // 32 ASCII units
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o),
+                          _mm256_permute4x64_epi64(_mm256_packus_epi16(v[0], v[1]), 0xD8));
+    } else {
+      uint8_t bytes[3 * kUnits + 16];
+      uint8_t index[8];
+      size_t at[9] = {0};
+      for (size_t g = 0; g < 8; ++g) {
+        index[g] = static_cast<uint8_t>(((units.twoOrMore >> (4 * g)) & 0xF) |
+                                        (((units.three >> (4 * g)) & 0xF) << 4));
+        at[g + 1] = at[g] + kPackForms.size[index[g]];
+      }
+      for (int k = 0; k < 2; ++k) {
+        __m256i first, second;
+        EncodeUtf16(v[k], first, second);
+        PackForms(first, second, index + 4 * k, bytes, at + 4 * k);
+      }
+      memcpy(dst + o, bytes, plan.bytes);
+    }
+    o += plan.bytes;
+    if (plan.stop) {
+      i += plan.count;
+      break;
+    }
+    i += len;
+  }
+  ri = i;
+  ro = o;
+}
+
+// The leads of v[k] whose unit changes, and the byte each becomes.
+CH_TARGET __m256i Changes(const __m256i (&v)[2], __m256i after, int k, __m256i& halves) {
+  const __m256i x = v[k];
+  const __m256i second = _mm256_and_si256(After<1>(v, after, k), Byte(0x3F));
+  const __m256i third = _mm256_and_si256(After<2>(v, after, k), Byte(0x3F));
+  const __m256i bit =
+      _mm256_shuffle_epi8(_mm256_setr_epi64x(0x8040201008040201, 0, 0x8040201008040201, 0),
+                          _mm256_and_si256(third, Byte(7)));
+  const __m256i row = _mm256_and_si256(_mm256_srli_epi16(third, 3), Byte(7));
+  const __m256i fullWidth =
+      _mm256_and_si256(_mm256_cmpeq_epi8(x, Byte(0xEF)),
+                       _mm256_cmpeq_epi8(_mm256_and_si256(second, Byte(0x3E)), Byte(0x3C)));
+  const __m256i upper = _mm256_slli_epi16(_mm256_and_si256(second, Byte(1)), 3);  // 3D: bit 3
+  const __m256i circled = _mm256_cmpeq_epi8(second, Byte(0x11));
+  const __m256i punctuation =
+      _mm256_and_si256(_mm256_cmpeq_epi8(x, Byte(0xE2)),
+                       _mm256_or_si256(circled, _mm256_cmpeq_epi8(second, _mm256_setzero_si256())));
+  const __m256i table1 = _mm256_broadcastsi128_si256(
+      _mm_loadu_si128(reinterpret_cast<const __m128i*>(kFullWidthBits.bytes)));
+  const __m256i table2 = _mm256_broadcastsi128_si256(
+      _mm_loadu_si128(reinterpret_cast<const __m128i*>(kPunctuationBits.bytes)));
+  const __m256i fullWidthBit =
+      _mm256_and_si256(_mm256_shuffle_epi8(table1, _mm256_or_si256(row, upper)), bit);
+  const __m256i punctuationBit = _mm256_and_si256(
+      _mm256_shuffle_epi8(table2, _mm256_or_si256(row, _mm256_and_si256(circled, Byte(8)))), bit);
+  const __m256i zero = _mm256_setzero_si256();
+  const __m256i space = _mm256_and_si256(_mm256_cmpeq_epi8(x, Byte(0xE3)),
+                                         _mm256_cmpeq_epi8(_mm256_or_si256(second, third), zero));
+  const __m256i changedFullWidth =
+      _mm256_andnot_si256(_mm256_cmpeq_epi8(fullWidthBit, zero), fullWidth);
+  const __m256i changedPunctuation =
+      _mm256_andnot_si256(_mm256_cmpeq_epi8(punctuationBit, zero), punctuation);
+  // k + 0x20 (k + 0x60 for EF 3D) for the full-width forms and the space,
+  // '-' for E2 00, k + 0x11 for E2 11.
+  const __m256i wide = _mm256_add_epi8(
+      third, _mm256_add_epi8(Byte(0x20), _mm256_slli_epi16(_mm256_and_si256(second, Byte(1)), 6)));
+  const __m256i punctuationHalf =
+      _mm256_blendv_epi8(Byte('-'), _mm256_add_epi8(third, Byte(0x11)), circled);
+  halves = _mm256_blendv_epi8(wide, punctuationHalf, changedPunctuation);
+  return _mm256_or_si256(_mm256_or_si256(changedFullWidth, changedPunctuation), space);
+}
+
+CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* out, size_t& ro) {
+  size_t i = ri;
+  size_t o = ro;
+  uint8_t pad[kBytes];
+  HalfWidthBytes b = {};
+  while (i < n) {
+    const uint8_t* block = BlockAt(in, n, i, pad);
+    __m256i v[2];
+    Load(block, v);
+    b.len = n - i < kBytes ? n - i : kBytes;
+    b.atEnd = n - i == b.len;
+    b.ahead = n - i - b.len >= 2;
+    // A lead in the last two bytes takes the bytes after the block, known
+    // only when `ahead`.
+    __m256i after = _mm256_setzero_si256();
+    if (b.ahead) {
+      after = _mm256_castsi128_si256(_mm_cvtsi32_si128(block[kBytes] | (block[kBytes + 1] << 8)));
+      b.leadsAhead = IsThreeByteLead(block[kBytes]) | (IsThreeByteLead(block[kBytes + 1]) << 1);
+    }
+    b.leads = 0;
+    b.changes = 0;
+    __m256i data[2];
+    for (int k = 0; k < 2; ++k) {
+      b.leads |= Bits(_mm256_cmpeq_epi8(_mm256_and_si256(v[k], Byte(0xF0)), Byte(0xE0)), k);
+      __m256i halves;
+      const __m256i changes = Changes(v, after, k, halves);
+      b.changes |= Bits(changes, k);
+      data[k] = _mm256_blendv_epi8(v[k], halves, changes);
+    }
+    const HalfWidthPlan plan = PlanHalfWidth(b);
+    if (plan.changes == 0 && plan.keep == ~0ull) {  // 64 bytes, none changed
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + o), v[0]);
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + o + 32), v[1]);
+      o += kBytes;
+    } else {
+      uint8_t bytes[kBytes + 8];
+      size_t at = 0;
+      for (int k = 0; k < 2; ++k) {
+        for (int half = 0; half < 2; ++half) {
+          const uint64_t keep = plan.keep >> (32 * k + 16 * half);
+          const __m128i lane =
+              half == 0 ? _mm256_castsi256_si128(data[k]) : _mm256_extracti128_si256(data[k], 1);
+          const __m128i rows = _mm_add_epi8(
+              _mm_unpacklo_epi64(
+                  _mm_loadl_epi64(reinterpret_cast<const __m128i*>(kPackBytes.rows[keep & 0xFF])),
+                  _mm_loadl_epi64(
+                      reinterpret_cast<const __m128i*>(kPackBytes.rows[(keep >> 8) & 0xFF]))),
+              _mm_set_epi64x(0x0808080808080808, 0));
+          const __m128i packed = _mm_shuffle_epi8(lane, rows);
+          _mm_storel_epi64(reinterpret_cast<__m128i*>(bytes + at), packed);
+          at += CountOnes(keep & 0xFF);
+          _mm_storel_epi64(reinterpret_cast<__m128i*>(bytes + at),
+                           _mm_unpackhi_epi64(packed, packed));
+          at += CountOnes(keep & 0xFF00);
+        }
+      }
+      memcpy(out + o, bytes, at);
+      o += at;
+    }
+    if (plan.consumed != b.len) {
+      i += plan.consumed;
+      if (plan.stop) break;
+      b.skip = 0;
       continue;
     }
-    const uint32_t notLead = ~0u << cbAsIs;
-    const uint32_t leads = notLead & static_cast<uint32_t>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(
-                                         _mm256_and_si256(block, kHighNibble), kLead)));
-    if ((leads & ((leads << 1) | (leads << 2))) != 0) {
-      CopyAsIs(in, cbAsIs, i, ri, out, o, ro);
-      return kFullWidthExactStep;
-    }
-    const uint32_t changing =
-        notLead & MayChange(block, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + i + 1)),
-                            _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + i + 2)));
-    if (changing != 0) {
-      CopyAsIs(in, static_cast<size_t>(__builtin_ctz(changing)), i, ri, out, o, ro);
-      return 1;
-    }
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + o), block);
-    cbAsIs = ((leads >> 30) & 1) | ((leads >> 31) << 1);
-    i += 32;
-    o += 32;
+    i += b.len;
+    b.skip = plan.skip;
+    b.dropSkip = plan.dropSkip;
   }
-  CopyAsIs(in, cbAsIs, i, ri, out, o, ro);
-  return Sse2FullWidthBlocks(in, n, ri, out, ro);
+  ri = i;
+  ro = o;
 }
 
 // As SSE2's, 32 bytes at a time.
@@ -189,12 +492,7 @@ CH_TARGET CH_WHOLE_BLOCKS size_t Avx2TerminatedLength16(const uint16_t* text) {
 
 }  // namespace
 
-extern const Kernels kAvx2Kernels = {"avx2",
-                                     Avx2AsciiRun8To16,
-                                     Avx2AsciiRun16To8,
-                                     Avx2ThreeByteRun8To16,
-                                     Sse2ThreeByteRun16To8,
-                                     Avx2FullWidthBlocks,
-                                     Avx2TerminatedLength16};
+extern const Kernels kAvx2Kernels = {"avx2",       Avx2Supported, Avx2Utf8To16,
+                                     Avx2Utf16To8, Avx2HalfWidth, Avx2TerminatedLength16};
 
 }  // namespace commonhelpers_internal

@@ -1,15 +1,17 @@
-// AVX-512 (BW) kernels: 64 bytes or 32 to 64 units at a time. A run that
-// meets a unit of another kind writes the units before it exactly, with a
-// masked store, so that the exact path starts right at that unit. The
-// positions are kept in locals: the vector stores may alias anything, so the
-// compiler would otherwise reload them through the references each block.
+// AVX-512 kernels (F, BW, VBMI and VBMI2): blocks of 64 bytes or 32 units in
+// one register. The last block is a masked load, what a block keeps is packed
+// by the byte compress instruction, and every store is masked to the units
+// it writes, so no block needs a copy.
 #include <immintrin.h>
 
 #include <cstdint>
 
+#include "kernels/blocks.h"
+#include "kernels/halfwidth.h"
 #include "kernels/x86.h"
 
-#define CH_TARGET __attribute__((target("avx512f,avx512bw")))
+#define CH_TARGET \
+  __attribute__((target("avx512f,avx512bw,avx512vbmi,avx512vbmi2,avx2,bmi,bmi2,popcnt")))
 
 // Some intrinsics are called in their zero-masked form with a full mask: the
 // plain forms trip GCC 12's uninitialized warning inside its own header.
@@ -18,199 +20,264 @@ namespace commonhelpers_internal {
 
 namespace {
 
-// The bits below the lowest set bit of `stops`, and their number.
-CH_TARGET uint64_t Before(uint64_t stops, size_t& count) {
-  count = static_cast<size_t>(__builtin_ctzll(stops));
-  return (stops & (0 - stops)) - 1;
+constexpr size_t kBytes = 64;
+constexpr size_t kUnits = 32;
+
+struct Indexes {
+  alignas(64) uint8_t bytes[64];
+};
+
+// Byte j of the result is byte `from` + j of a block, or of the 64 bytes
+// after it (before it, for negative bytes)...
+constexpr Indexes Shifted(int from) {
+  Indexes t{};
+  for (int j = 0; j < 64; ++j) t.bytes[j] = static_cast<uint8_t>((from + j) & 127);
+  return t;
 }
 
-CH_TARGET void Avx512AsciiRun8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* dst,
-                                   size_t cap, size_t& ro) {
+// ... or, for the 16-bit units 32 * half + k of two byte vectors lo and hi,
+// byte k of lo then byte k of hi.
+constexpr Indexes Interleaved(int half) {
+  Indexes t{};
+  for (int j = 0; j < 64; ++j) t.bytes[j] = static_cast<uint8_t>(32 * half + j / 2 + 64 * (j % 2));
+  return t;
+}
+
+// What each three-byte character of fullToHalf's candidates becomes: by the
+// low six bits of its third byte, for the leads EF with second byte 3C, then
+// 3D (in `first` and `second`), and E2 with 00, then 11.
+struct HalfTable {
+  alignas(64) uint8_t first[64];
+  alignas(64) uint8_t second[64];
+};
+
+constexpr HalfTable Halves(uint32_t first, uint32_t second) {
+  HalfTable t{};
+  for (uint32_t k = 0; k < 64; ++k) {
+    t.first[k] = HalfWidthOf(first | k);
+    t.second[k] = HalfWidthOf(second | k);
+  }
+  return t;
+}
+
+constexpr Indexes kBefore1 = Shifted(-1);
+constexpr Indexes kBefore2 = Shifted(-2);
+constexpr Indexes kAfter1 = Shifted(1);
+constexpr Indexes kAfter2 = Shifted(2);
+constexpr Indexes kUnitsLow = Interleaved(0);
+constexpr Indexes kUnitsHigh = Interleaved(1);
+constexpr HalfTable kFullWidth = Halves(0xFF00, 0xFF40);
+constexpr HalfTable kPunctuation = Halves(0x2000, 0x2440);
+
+bool Avx512Supported() {
+  __builtin_cpu_init();
+  return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+         __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vbmi2") &&
+         __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi2") &&
+         __builtin_cpu_supports("popcnt");
+}
+
+CH_TARGET __m512i Byte(int b) { return _mm512_set1_epi8(static_cast<char>(b)); }
+
+CH_TARGET __m512i Load(const Indexes& t) { return _mm512_load_si512(t.bytes); }
+
+CH_TARGET void Avx512Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* dst, size_t cap,
+                              size_t& ro) {
   size_t i = ri;
   size_t o = ro;
-  while (n - i >= 64 && cap - o >= 64) {
-    const __m256i first = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + i));
-    const __m256i second = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + i + 32));
-    const uint64_t nonAscii = static_cast<uint32_t>(_mm256_movemask_epi8(first)) |
-                              uint64_t{static_cast<uint32_t>(_mm256_movemask_epi8(second))} << 32;
-    const __m512i lo = _mm512_cvtepu8_epi16(first);
-    const __m512i hi = _mm512_cvtepu8_epi16(second);
-    if (nonAscii != 0) {
-      size_t count;
-      const uint64_t before = Before(nonAscii, count);
-      _mm512_mask_storeu_epi16(dst + o, static_cast<__mmask32>(before), lo);
-      _mm512_mask_storeu_epi16(dst + o + 32, static_cast<__mmask32>(before >> 32), hi);
-      i += count;
-      o += count;
-      ri = i;
-      ro = o;
-      return;
+  Utf8Bytes b = {};
+  __m512i prev = _mm512_setzero_si512();
+  while (i < n) {
+    const size_t len = n - i < kBytes ? n - i : kBytes;
+    const __m512i x = _mm512_maskz_loadu_epi8(Below(len), src + i);
+    const __m512i high = _mm512_and_si512(x, Byte(0xF0));
+    b.nonAscii = _mm512_movepi8_mask(x);
+    b.cont = _mm512_cmplt_epi8_mask(x, Byte(0xC0));
+    b.lead3 = _mm512_cmpeq_epi8_mask(high, Byte(0xE0));
+    b.bad = _mm512_cmpeq_epi8_mask(high, Byte(0xF0)) |
+            _mm512_cmpeq_epi8_mask(_mm512_and_si512(x, Byte(0xFE)), Byte(0xC0));
+    b.e0 = _mm512_cmpeq_epi8_mask(x, Byte(0xE0));
+    b.ed = _mm512_cmpeq_epi8_mask(x, Byte(0xED));
+    b.belowA0 = _mm512_cmplt_epu8_mask(x, Byte(0xA0));
+    b.len = len;
+    b.atEnd = n - i == len;
+    const Utf8Plan plan = PlanUtf8(b, cap - o);
+    if (plan.ends == ~0ull && b.nonAscii == 0) {  // 64 ASCII bytes
+      _mm512_storeu_si512(dst + o,
+                          _mm512_cvtepu8_epi16(_mm512_maskz_extracti64x4_epi64(0xF, x, 0)));
+      _mm512_storeu_si512(dst + o + 32,
+                          _mm512_cvtepu8_epi16(_mm512_maskz_extracti64x4_epi64(0xF, x, 1)));
+    } else {
+      // The unit of the character that ends at each byte, from that byte and
+      // the two before it, in two byte vectors, packed and interleaved.
+      const __m512i p1 = _mm512_permutex2var_epi8(x, Load(kBefore1), prev);
+      const __m512i p2 = _mm512_permutex2var_epi8(x, Load(kBefore2), prev);
+      const __m512i lo = _mm512_mask_blend_epi8(
+          b.nonAscii, x,
+          _mm512_ternarylogic_epi32(_mm512_and_si512(x, Byte(0x3F)),
+                                    _mm512_maskz_slli_epi16(~0u, p1, 6), Byte(0xC0), 0xF8));
+      const __m512i hi = _mm512_maskz_or_epi32(
+          0xFFFF, _mm512_maskz_and_epi32(0xFFFF, _mm512_maskz_srli_epi16(~0u, p1, 2), Byte(0x0F)),
+          _mm512_maskz_and_epi32(
+              0xFFFF, _mm512_maskz_slli_epi16(~0u, p2, 4),
+              _mm512_maskz_mov_epi8(_mm512_cmplt_epi8_mask(p1, Byte(0xC0)), Byte(0xF0))));
+      const __m512i packedLo = _mm512_maskz_compress_epi8(plan.ends, lo);
+      const __m512i packedHi =
+          _mm512_maskz_compress_epi8(plan.ends, _mm512_maskz_mov_epi8(b.nonAscii, hi));
+      const uint64_t written = Below(plan.count);
+      _mm512_mask_storeu_epi16(dst + o, static_cast<__mmask32>(written),
+                               _mm512_permutex2var_epi8(packedLo, Load(kUnitsLow), packedHi));
+      _mm512_mask_storeu_epi16(dst + o + 32, static_cast<__mmask32>(written >> 32),
+                               _mm512_permutex2var_epi8(packedLo, Load(kUnitsHigh), packedHi));
     }
-    _mm512_storeu_si512(dst + o, lo);
-    _mm512_storeu_si512(dst + o + 32, hi);
-    i += 64;
-    o += 64;
+    o += plan.count;
+    if (plan.stop) {
+      i = i - b.open + plan.resume;
+      break;
+    }
+    i += len;
+    const Utf8Bytes next = plan.next;
+    b.claimed = next.claimed;
+    b.checked = next.checked;
+    b.open = next.open;
+    prev = x;
   }
   ri = i;
   ro = o;
-  Sse2AsciiRun8To16(src, n, ri, dst, cap, ro);
 }
 
-CH_TARGET void Avx512AsciiRun16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* dst,
-                                   size_t cap, size_t& ro) {
+// The UTF-8 forms of 16 units in 32-bit lanes, first byte lowest, unused
+// bytes zero (all four for a zero unit, so none past the block's end).
+CH_TARGET __m512i Forms(__m256i units, uint32_t twoOrMore, uint32_t three) {
+  const __m512i u = _mm512_maskz_cvtepu16_epi32(0xFFFF, units);
+  const __m512i twoBytes = _mm512_or_si512(
+      _mm512_or_si512(_mm512_maskz_srli_epi32(0xFFFF, u, 6), _mm512_set1_epi32(0x80C0)),
+      _mm512_maskz_slli_epi32(0xFFFF, _mm512_and_si512(u, _mm512_set1_epi32(0x3F)), 8));
+  const __m512i threeBytes = _mm512_or_si512(
+      _mm512_or_si512(_mm512_maskz_srli_epi32(0xFFFF, u, 12), _mm512_set1_epi32(0x8080E0)),
+      _mm512_or_si512(
+          _mm512_and_si512(_mm512_maskz_slli_epi32(0xFFFF, u, 2), _mm512_set1_epi32(0x3F00)),
+          _mm512_and_si512(_mm512_maskz_slli_epi32(0xFFFF, u, 16), _mm512_set1_epi32(0x3F0000))));
+  return _mm512_mask_mov_epi32(
+      _mm512_mask_mov_epi32(u, static_cast<__mmask16>(twoOrMore), twoBytes),
+      static_cast<__mmask16>(three), threeBytes);
+}
+
+CH_TARGET void Avx512Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* dst, size_t cap,
+                              size_t& ro) {
   size_t i = ri;
   size_t o = ro;
-  const __m512i kNonAscii = _mm512_set1_epi16(static_cast<short>(0xFF80));
-  while (n - i >= 64 && cap - o >= 64) {
-    const __m512i lo = _mm512_loadu_si512(src + i);
-    const __m512i hi = _mm512_loadu_si512(src + i + 32);
-    const uint64_t nonAscii = _mm512_test_epi16_mask(lo, kNonAscii) |
-                              uint64_t{_mm512_test_epi16_mask(hi, kNonAscii)} << 32;
-    const __m512i bytes =
-        _mm512_maskz_inserti64x4(0xFF, _mm512_castsi256_si512(_mm512_maskz_cvtepi16_epi8(~0u, lo)),
-                                 _mm512_maskz_cvtepi16_epi8(~0u, hi), 1);
-    if (nonAscii != 0) {
-      size_t count;
-      _mm512_mask_storeu_epi8(dst + o, Before(nonAscii, count), bytes);
-      i += count;
-      o += count;
-      ri = i;
-      ro = o;
-      return;
+  while (i < n) {
+    const size_t len = n - i < kUnits ? n - i : kUnits;
+    const __m512i x = _mm512_maskz_loadu_epi16(static_cast<__mmask32>(Below(len)), src + i);
+    const Utf16Units units = {
+        _mm512_test_epi16_mask(x, _mm512_set1_epi16(static_cast<short>(0xFF80))),
+        _mm512_test_epi16_mask(x, _mm512_set1_epi16(static_cast<short>(0xF800))),
+        _mm512_cmpeq_epi16_mask(_mm512_and_si512(x, _mm512_set1_epi16(static_cast<short>(0xF800))),
+                                _mm512_set1_epi16(static_cast<short>(0xD800))),
+        len};
+    const Utf16Plan plan = PlanUtf16(units, cap - o);
+    if (plan.count == kUnits && plan.bytes == plan.count) {  // 32 ASCII units
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o), _mm512_maskz_cvtepi16_epi8(~0u, x));
+    } else {
+      // The forms of all units, packed; the store keeps those of the units
+      // taken, which come first.
+      const __m512i forms[2] = {
+          Forms(_mm512_maskz_extracti64x4_epi64(0xF, x, 0), static_cast<uint32_t>(units.twoOrMore),
+                static_cast<uint32_t>(units.three)),
+          Forms(_mm512_maskz_extracti64x4_epi64(0xF, x, 1),
+                static_cast<uint32_t>(units.twoOrMore >> 16),
+                static_cast<uint32_t>(units.three >> 16))};
+      const uint64_t used = _mm512_test_epi8_mask(forms[0], forms[0]);
+      const size_t first = CountOnes(used) < plan.bytes ? CountOnes(used) : plan.bytes;
+      _mm512_mask_storeu_epi8(dst + o, Below(first), _mm512_maskz_compress_epi8(used, forms[0]));
+      _mm512_mask_storeu_epi8(
+          dst + o + first, Below(plan.bytes - first),
+          _mm512_maskz_compress_epi8(_mm512_test_epi8_mask(forms[1], forms[1]), forms[1]));
     }
-    _mm512_storeu_si512(dst + o, bytes);
-    i += 64;
-    o += 64;
+    o += plan.bytes;
+    if (plan.stop) {
+      i += plan.count;
+      break;
+    }
+    i += len;
   }
   ri = i;
   ro = o;
-  Sse2AsciiRun16To8(src, n, ri, dst, cap, ro);
 }
 
-CH_TARGET void Avx512ThreeByteRun8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* dst,
-                                       size_t cap, size_t& ro) {
-  // Less than a block goes to SSE2's run at once. A run shorter than a block
-  // is not worth one: in mostly ASCII text a run is one character, in Chinese
-  // text with markup a few. Only when the 2nd and the 16th characters start
-  // three-byte forms too does the block loop try.
-  if (n - ri < 96) {
-    Sse2ThreeByteRun8To16(src, n, ri, dst, cap, ro);
-    return;
-  }
-  if ((src[ri + 3] & 0xF0) != 0xE0 || (src[ri + 45] & 0xF0) != 0xE0) {
-    ThreeByteRun8To16(src, n, ri, dst, cap, ro);
-    return;
-  }
+// The byte each lead of `x` becomes, and in `changes` the leads that change.
+CH_TARGET __m512i Halves(__m512i x, __m512i after, uint64_t& changes) {
+  const __m512i second =
+      _mm512_and_si512(_mm512_permutex2var_epi8(x, Load(kAfter1), after), Byte(0x3F));
+  const __m512i third =
+      _mm512_and_si512(_mm512_permutex2var_epi8(x, Load(kAfter2), after), Byte(0x3F));
+  const uint64_t circled = _mm512_cmpeq_epi8_mask(second, Byte(0x11));
+  const uint64_t zero = _mm512_testn_epi8_mask(second, second);
+  const uint64_t fullWidth =
+      _mm512_cmpeq_epi8_mask(x, Byte(0xEF)) &
+      _mm512_cmpeq_epi8_mask(_mm512_and_si512(second, Byte(0x3E)), Byte(0x3C));
+  const uint64_t punctuation = _mm512_cmpeq_epi8_mask(x, Byte(0xE2)) & (circled | zero);
+  const uint64_t space =
+      _mm512_cmpeq_epi8_mask(x, Byte(0xE3)) & zero & _mm512_testn_epi8_mask(third, third);
+  // Bit 6 of the index picks the second half of a table.
+  const __m512i wide = _mm512_permutex2var_epi8(
+      _mm512_load_si512(kFullWidth.first),
+      _mm512_or_si512(third, _mm512_maskz_slli_epi16(~0u, _mm512_and_si512(second, Byte(1)), 6)),
+      _mm512_load_si512(kFullWidth.second));
+  const __m512i narrow =
+      _mm512_permutex2var_epi8(_mm512_load_si512(kPunctuation.first),
+                               _mm512_or_si512(third, _mm512_maskz_mov_epi8(circled, Byte(0x40))),
+                               _mm512_load_si512(kPunctuation.second));
+  const __m512i halves = _mm512_mask_blend_epi8(
+      space, _mm512_mask_blend_epi8(punctuation, _mm512_maskz_mov_epi8(fullWidth, wide), narrow),
+      Byte(' '));
+  changes = _mm512_test_epi8_mask(halves, halves);
+  return halves;
+}
+
+CH_TARGET void Avx512HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* out, size_t& ro) {
   size_t i = ri;
   size_t o = ro;
-  // 32 characters (96 bytes) from two loads: the dwords of each load are
-  // moved so that 128-bit lane k holds 12 bytes, four characters, and each
-  // character's bytes go to a 32-bit lane of their own, to be checked and
-  // decoded there as at the SSE2 level.
-  const __m512i kFirst = _mm512_set_epi32(0, 11, 10, 9, 0, 8, 7, 6, 0, 5, 4, 3, 0, 2, 1, 0);
-  const __m512i kSecond = _mm512_set_epi32(0, 15, 14, 13, 0, 12, 11, 10, 0, 9, 8, 7, 0, 6, 5, 4);
-  const __m512i kSpread =
-      _mm512_set4_epi32(static_cast<int>(0x800B0A09), static_cast<int>(0x80080706),
-                        static_cast<int>(0x80050403), static_cast<int>(0x80020100));
-  const __m512i kPatternBits = _mm512_set1_epi32(0xC0C0F0);
-  const __m512i kPattern = _mm512_set1_epi32(0x8080E0);
-  const __m512i kTopBits = _mm512_set1_epi32(0xF800);
-  const __m512i kSurrogate = _mm512_set1_epi32(0xD800);
-  while (n - i >= 96 && cap - o >= 32) {
-    const __m512i chars[2] = {
-        _mm512_shuffle_epi8(
-            _mm512_maskz_permutexvar_epi32(0xFFFF, kFirst, _mm512_loadu_si512(src + i)), kSpread),
-        _mm512_shuffle_epi8(
-            _mm512_maskz_permutexvar_epi32(0xFFFF, kSecond, _mm512_loadu_si512(src + i + 32)),
-            kSpread)};
-    __m256i units[2];
-    uint32_t valid = 0;
-    for (int k = 0; k < 2; ++k) {
-      const __m512i v = chars[k];
-      const __m512i cp = _mm512_or_si512(
-          _mm512_or_si512(
-              _mm512_maskz_slli_epi32(0xFFFF, _mm512_and_si512(v, _mm512_set1_epi32(0x0F)), 12),
-              _mm512_maskz_srli_epi32(0xFFFF, _mm512_and_si512(v, _mm512_set1_epi32(0x3F00)), 2)),
-          _mm512_and_si512(_mm512_maskz_srli_epi32(0xFFFF, v, 16), _mm512_set1_epi32(0x3F)));
-      const __m512i top = _mm512_and_si512(cp, kTopBits);
-      const __mmask16 ok = _mm512_cmpeq_epi32_mask(_mm512_and_si512(v, kPatternBits), kPattern) &
-                           _mm512_test_epi32_mask(top, top) &
-                           _mm512_cmpneq_epi32_mask(top, kSurrogate);
-      valid |= uint32_t{ok} << (16 * k);
-      units[k] = _mm512_maskz_cvtepi32_epi16(0xFFFF, cp);
+  HalfWidthBytes b = {};
+  while (i < n) {
+    b.len = n - i < kBytes ? n - i : kBytes;
+    b.atEnd = n - i == b.len;
+    b.ahead = n - i - b.len >= 2;
+    const __m512i x = _mm512_maskz_loadu_epi8(Below(b.len), in + i);
+    // A lead in the last two bytes takes the bytes after the block, known
+    // only when `ahead`.
+    const __m512i after = _mm512_maskz_loadu_epi8(b.ahead ? 3 : 0, in + i + kBytes);
+    b.leadsAhead = _mm512_cmpeq_epi8_mask(_mm512_and_si512(after, Byte(0xF0)), Byte(0xE0));
+    b.leads = _mm512_cmpeq_epi8_mask(_mm512_and_si512(x, Byte(0xF0)), Byte(0xE0));
+    b.changes = 0;
+    __m512i halves = x;
+    if ((b.leads & ~Below(b.skip)) != 0) {
+      halves = Halves(x, after, b.changes);
     }
-    const __m512i both =
-        _mm512_maskz_inserti64x4(0xFF, _mm512_castsi256_si512(units[0]), units[1], 1);
-    if (valid != 0xFFFFFFFF) {
-      size_t count;
-      _mm512_mask_storeu_epi16(dst + o, static_cast<__mmask32>(Before(~valid, count)), both);
-      i += 3 * count;
-      o += count;
-      ri = i;
-      ro = o;
-      return;
+    const HalfWidthPlan plan = PlanHalfWidth(b);
+    if (plan.changes == 0 && plan.keep == ~0ull) {  // 64 bytes, none changed
+      _mm512_storeu_si512(out + o, x);
+      o += kBytes;
+    } else {
+      const size_t kept = CountOnes(plan.keep);
+      _mm512_mask_storeu_epi8(
+          out + o, Below(kept),
+          _mm512_maskz_compress_epi8(plan.keep, _mm512_mask_blend_epi8(plan.changes, x, halves)));
+      o += kept;
     }
-    _mm512_storeu_si512(dst + o, both);
-    i += 96;
-    o += 32;
-  }
-  ri = i;
-  ro = o;
-  Sse2ThreeByteRun8To16(src, n, ri, dst, cap, ro);
-}
-
-// As SSE2's MayChange, on 64 bytes.
-CH_TARGET uint64_t MayChange(__m512i block, __m512i next, __m512i third) {
-  const __m512i kLow6 = _mm512_set1_epi8(0x3F);
-  const __m512i next6 = _mm512_and_si512(next, kLow6);
-  const uint64_t nextZero = _mm512_testn_epi8_mask(next, kLow6);
-  const uint64_t u3000 = _mm512_cmpeq_epi8_mask(block, _mm512_set1_epi8(static_cast<char>(0xE3))) &
-                         nextZero & _mm512_testn_epi8_mask(third, kLow6);
-  const uint64_t u2000 = _mm512_cmpeq_epi8_mask(block, _mm512_set1_epi8(static_cast<char>(0xE2))) &
-                         (nextZero | _mm512_cmpeq_epi8_mask(next6, _mm512_set1_epi8(0x11)));
-  const uint64_t uFF00 =
-      _mm512_cmpeq_epi8_mask(block, _mm512_set1_epi8(static_cast<char>(0xEF))) &
-      _mm512_cmpeq_epi8_mask(_mm512_or_si512(next6, _mm512_set1_epi8(1)), _mm512_set1_epi8(0x3D));
-  return u3000 | u2000 | uFF00;
-}
-
-// As SSE2's, 64 bytes at a time; the last blocks are SSE2's.
-CH_TARGET size_t Avx512FullWidthBlocks(const uint8_t* in, size_t n, size_t& ri, uint8_t* out,
-                                       size_t& ro) {
-  const __m512i kHighNibble = _mm512_set1_epi8(static_cast<char>(0xF0));
-  const __m512i kLead = _mm512_set1_epi8(static_cast<char>(0xE0));
-  size_t i = ri;
-  size_t o = ro;
-  size_t cbAsIs = 0;
-  while (n - i >= 66) {
-    const __m512i block = _mm512_loadu_si512(in + i);
-    if (_mm512_movepi8_mask(block) == 0) {
-      _mm512_storeu_si512(out + o, block);  // all ASCII
-      cbAsIs = 0;
-      i += 64;
-      o += 64;
+    if (plan.consumed != b.len) {
+      i += plan.consumed;
+      if (plan.stop) break;
+      b.skip = 0;
       continue;
     }
-    const uint64_t notLead = ~uint64_t{0} << cbAsIs;
-    const uint64_t leads =
-        notLead & _mm512_cmpeq_epi8_mask(_mm512_and_si512(block, kHighNibble), kLead);
-    if ((leads & ((leads << 1) | (leads << 2))) != 0) {
-      CopyAsIs(in, cbAsIs, i, ri, out, o, ro);
-      return kFullWidthExactStep;
-    }
-    const uint64_t changing =
-        notLead & MayChange(block, _mm512_loadu_si512(in + i + 1), _mm512_loadu_si512(in + i + 2));
-    if (changing != 0) {
-      CopyAsIs(in, static_cast<size_t>(__builtin_ctzll(changing)), i, ri, out, o, ro);
-      return 1;
-    }
-    _mm512_storeu_si512(out + o, block);
-    cbAsIs = ((leads >> 62) & 1) | ((leads >> 63) << 1);
-    i += 64;
-    o += 64;
+    i += b.len;
+    b.skip = plan.skip;
+    b.dropSkip = plan.dropSkip;
   }
-  CopyAsIs(in, cbAsIs, i, ri, out, o, ro);
-  return Sse2FullWidthBlocks(in, n, ri, out, ro);
+  ri = i;
+  ro = o;
 }
 
 // As SSE2's, 64 bytes at a time; the mask has one bit per unit.
@@ -230,12 +297,7 @@ CH_TARGET CH_WHOLE_BLOCKS size_t Avx512TerminatedLength16(const uint16_t* text) 
 
 }  // namespace
 
-extern const Kernels kAvx512Kernels = {"avx512",
-                                       Avx512AsciiRun8To16,
-                                       Avx512AsciiRun16To8,
-                                       Avx512ThreeByteRun8To16,
-                                       Sse2ThreeByteRun16To8,
-                                       Avx512FullWidthBlocks,
-                                       Avx512TerminatedLength16};
+extern const Kernels kAvx512Kernels = {"avx512",       Avx512Supported, Avx512Utf8To16,
+                                       Avx512Utf16To8, Avx512HalfWidth, Avx512TerminatedLength16};
 
 }  // namespace commonhelpers_internal

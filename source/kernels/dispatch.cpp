@@ -9,18 +9,22 @@ namespace commonhelpers_internal {
 
 namespace {
 
-const Kernels kScalarKernels = {"scalar",          AsciiRun8To16,     AsciiRun16To8,
-                                ThreeByteRun8To16, ThreeByteRun16To8, FullWidthBlocks,
-                                TerminatedLength16};
+constexpr size_t kMaxLevels = 8;
 
 struct Levels {
-  const Kernels* list[1 + kMaxCpuLevels];
+  const Kernels* list[kMaxLevels];
   size_t count;
 };
 
 Levels Detect() {
-  Levels levels = {{&kScalarKernels}, 1};
-  levels.count += CpuLevels(levels.list + 1);
+  size_t built = 0;
+  const Kernels* const* all = BuiltLevels(&built);
+  Levels levels = {{}, 0};
+  for (size_t k = 0; k < built && levels.count < kMaxLevels; ++k) {
+    if (all[k]->supported()) {
+      levels.list[levels.count++] = all[k];
+    }
+  }
   return levels;
 }
 

@@ -1,9 +1,15 @@
 // A build without fast paths (another architecture, or
-// -DCOMMONHELPERS_SIMD=OFF): the scalar twins only.
+// -DCOMMONHELPERS_SIMD=OFF): the scalar level only.
 #include "internal/simd.h"
 
 namespace commonhelpers_internal {
 
-size_t CpuLevels(const Kernels**) { return 0; }
+extern const Kernels kScalarKernels;
+
+const Kernels* const* BuiltLevels(size_t* pcount) {
+  static const Kernels* const levels[] = {&kScalarKernels};
+  *pcount = sizeof levels / sizeof levels[0];
+  return levels;
+}
 
 }  // namespace commonhelpers_internal

@@ -1,9 +1,13 @@
-// SSE2 kernels, the x86-64 baseline: 16 bytes at a time.
+// SSE2 kernels, the x86-64 baseline: blocks of 64 bytes or 32 units in four
+// registers. SSE2 has no byte shuffle, so what a block keeps is moved one
+// unit at a time from a local copy, unless the block keeps all of it.
 #include <emmintrin.h>
 
 #include <cstdint>
 #include <cstring>
 
+#include "kernels/blocks.h"
+#include "kernels/halfwidth.h"
 #include "kernels/x86.h"
 
 #define CH_TARGET __attribute__((target("sse2")))
@@ -12,230 +16,252 @@ namespace commonhelpers_internal {
 
 namespace {
 
-// Marks the bytes of `block` that start a character HalfWidthOf() may change.
-// Only the lead byte and the low six bits of the next one are looked at, and
-// for U+3000 also those of the third, so that the common ideographic
-// punctuation U+3001..U+303F passes; a marked character is not necessarily
-// converted.
-CH_TARGET unsigned MayChange(__m128i block, __m128i next, __m128i third) {
-  const __m128i kLow6 = _mm_set1_epi8(0x3F);
-  const __m128i zero = _mm_setzero_si128();
-  const __m128i next6 = _mm_and_si128(next, kLow6);
-  const __m128i u3000 =
-      _mm_and_si128(_mm_and_si128(_mm_cmpeq_epi8(block, _mm_set1_epi8(static_cast<char>(0xE3))),
-                                  _mm_cmpeq_epi8(next6, zero)),
-                    _mm_cmpeq_epi8(_mm_and_si128(third, kLow6), zero));
-  const __m128i u2000 = _mm_and_si128(  // U+2000..U+203F and U+2440..U+247F
-      _mm_cmpeq_epi8(block, _mm_set1_epi8(static_cast<char>(0xE2))),
-      _mm_or_si128(_mm_cmpeq_epi8(next6, zero), _mm_cmpeq_epi8(next6, _mm_set1_epi8(0x11))));
-  const __m128i uFF00 = _mm_and_si128(  // U+FF00..U+FF7F
-      _mm_cmpeq_epi8(block, _mm_set1_epi8(static_cast<char>(0xEF))),
-      _mm_cmpeq_epi8(_mm_or_si128(next6, _mm_set1_epi8(1)), _mm_set1_epi8(0x3D)));
-  return static_cast<unsigned>(_mm_movemask_epi8(_mm_or_si128(_mm_or_si128(u3000, u2000), uFF00)));
+constexpr size_t kBytes = 64;
+constexpr size_t kUnits = 32;
+
+bool Sse2Supported() { return true; }  // the x86-64 baseline
+
+CH_TARGET __m128i Byte(int b) { return _mm_set1_epi8(static_cast<char>(b)); }
+
+// Bit p of the result for byte p of `v[k]`.
+CH_TARGET uint64_t Bits(__m128i m, int k) {
+  return uint64_t{static_cast<uint16_t>(_mm_movemask_epi8(m))} << (16 * k);
 }
 
-// The fast path: copies whole 16-byte blocks in which nothing can change,
-// provided the units parse as they appear: no lead byte stands within two
-// bytes after another one. A sequence that starts in a block's last two bytes
-// has its tail bytes at the start of the next block, which takes them as they
-// are (`cbAsIs`); the block start never depends on the data, so loads run
-// ahead. In a block that parses but holds a character that may change, the
-// units before it are copied and the exact path gets that one character
-// only. Returns how many bytes the exact path must take before blocks can
+CH_TARGET void Load(const uint8_t* block, __m128i (&v)[4]) {
+  for (int k = 0; k < 4; ++k) {
+    v[k] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(block) + k);
+  }
+}
 
-}  // namespace
+CH_TARGET Utf8Bytes ClassifyUtf8(const __m128i (&v)[4], const Utf8Bytes& left) {
+  Utf8Bytes b = left;
+  for (int k = 0; k < 4; ++k) {
+    const __m128i x = v[k];
+    const __m128i high = _mm_and_si128(x, Byte(0xF0));
+    b.nonAscii |= Bits(x, k);
+    b.cont |= Bits(_mm_cmplt_epi8(x, Byte(0xC0)), k);
+    b.lead3 |= Bits(_mm_cmpeq_epi8(high, Byte(0xE0)), k);
+    b.bad |= Bits(_mm_or_si128(_mm_cmpeq_epi8(high, Byte(0xF0)),
+                               _mm_cmpeq_epi8(_mm_and_si128(x, Byte(0xFE)), Byte(0xC0))),
+                  k);
+    b.e0 |= Bits(_mm_cmpeq_epi8(x, Byte(0xE0)), k);
+    b.ed |= Bits(_mm_cmpeq_epi8(x, Byte(0xED)), k);
+    b.belowA0 |= Bits(_mm_cmplt_epi8(x, Byte(0xA0)), k);  // 0x80..0x9F, as signed bytes
+  }
+  b.belowA0 |= ~b.nonAscii;
+  return b;
+}
 
-CH_TARGET void Sse2AsciiRun8To16(const uint8_t* src, size_t n, size_t& i, uint16_t* dst, size_t cap,
-                                 size_t& o) {
+// The unit of the character that ends at each byte, from that byte and the
+// two before it (garbage where no character ends).
+CH_TARGET void DecodeUtf8(const __m128i (&v)[4], __m128i prev, uint16_t* units) {
   const __m128i zero = _mm_setzero_si128();
-  while (n - i >= 16 && cap - o >= 16) {
-    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + i));
-    const unsigned nonAscii = static_cast<unsigned>(_mm_movemask_epi8(bytes));
-    if (nonAscii != 0) {
-      // The units before the first other byte, written exactly: what follows
-      // may end the conversion.
-      uint16_t units[16];
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(units), _mm_unpacklo_epi8(bytes, zero));
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(units + 8), _mm_unpackhi_epi8(bytes, zero));
-      const size_t cnAscii = static_cast<size_t>(__builtin_ctz(nonAscii));
-      memcpy(dst + o, units, cnAscii * sizeof(uint16_t));
-      i += cnAscii;
-      o += cnAscii;
+  for (int k = 0; k < 4; ++k) {
+    const __m128i x = v[k];
+    const __m128i p1 = _mm_or_si128(_mm_slli_si128(x, 1), _mm_srli_si128(prev, 15));
+    const __m128i p2 = _mm_or_si128(_mm_slli_si128(x, 2), _mm_srli_si128(prev, 14));
+    const __m128i nonAscii = _mm_cmplt_epi8(x, zero);
+    const __m128i lo = _mm_or_si128(_mm_and_si128(x, Byte(0x3F)),
+                                    _mm_and_si128(_mm_slli_epi16(p1, 6), Byte(0xC0)));
+    const __m128i third = _mm_and_si128(_mm_cmplt_epi8(p1, Byte(0xC0)),
+                                        _mm_and_si128(_mm_slli_epi16(p2, 4), Byte(0xF0)));
+    const __m128i hi = _mm_and_si128(
+        nonAscii, _mm_or_si128(_mm_and_si128(_mm_srli_epi16(p1, 2), Byte(0x0F)), third));
+    const __m128i low = _mm_or_si128(_mm_and_si128(nonAscii, lo), _mm_andnot_si128(nonAscii, x));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(units + 16 * k), _mm_unpacklo_epi8(low, hi));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(units + 16 * k + 8), _mm_unpackhi_epi8(low, hi));
+    prev = x;
+  }
+}
+
+CH_TARGET void Sse2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* dst, size_t cap,
+                            size_t& ro) {
+  size_t i = ri;
+  size_t o = ro;
+  uint8_t pad[kBytes];
+  Utf8Bytes left = {};
+  __m128i prev = _mm_setzero_si128();
+  while (i < n) {
+    __m128i v[4];
+    Load(BlockAt(src, n, i, pad), v);
+    left.len = n - i < kBytes ? n - i : kBytes;
+    left.atEnd = n - i == left.len;
+    const Utf8Bytes b = ClassifyUtf8(v, left);
+    const Utf8Plan plan = PlanUtf8(b, cap - o);
+    if (plan.ends == ~0ull && b.nonAscii == 0) {  // 64 ASCII bytes
+      for (int k = 0; k < 4; ++k) {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + 16 * k),
+                         _mm_unpacklo_epi8(v[k], _mm_setzero_si128()));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + 16 * k + 8),
+                         _mm_unpackhi_epi8(v[k], _mm_setzero_si128()));
+      }
+    } else {
+      uint16_t units[kBytes];
+      DecodeUtf8(v, prev, units);
+      uint16_t* out = dst + o;
+      for (uint64_t ends = plan.ends; ends != 0; ends &= ends - 1) {
+        *out++ = units[__builtin_ctzll(ends)];
+      }
+    }
+    o += plan.count;
+    if (plan.stop) {
+      i = i - b.open + plan.resume;
       break;
     }
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o), _mm_unpacklo_epi8(bytes, zero));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + 8), _mm_unpackhi_epi8(bytes, zero));
-    i += 16;
-    o += 16;
+    i += b.len;
+    left = plan.next;
+    prev = v[3];
   }
-  AsciiRun8To16(src, n, i, dst, cap, o);
+  ri = i;
+  ro = o;
 }
 
-CH_TARGET void Sse2AsciiRun16To8(const uint16_t* src, size_t n, size_t& i, uint8_t* dst, size_t cap,
-                                 size_t& o) {
-  const __m128i nonAscii = _mm_set1_epi16(static_cast<short>(0xFF80));
-  while (n - i >= 16 && cap - o >= 16) {
-    const __m128i lo = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + i));
-    const __m128i hi = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + i + 8));
-    const __m128i zero = _mm_setzero_si128();
-    const unsigned ascii =
-        static_cast<unsigned>(
-            _mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(lo, nonAscii), zero))) |
-        static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(hi, nonAscii), zero)))
-            << 16;
-    if (ascii != 0xFFFFFFFF) {
-      // As above: the units before the first other one, written exactly.
-      uint8_t bytes[16];
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes), _mm_packus_epi16(lo, hi));
-      const size_t cnAscii = static_cast<size_t>(__builtin_ctz(~ascii)) / 2;
-      memcpy(dst + o, bytes, cnAscii);
-      i += cnAscii;
-      o += cnAscii;
+CH_TARGET Utf16Units ClassifyUtf16(const __m128i (&v)[4], size_t len) {
+  Utf16Units u = {0, 0, 0, len};
+  const __m128i zero = _mm_setzero_si128();
+  for (int k = 0; k < 4; ++k) {
+    const __m128i x = v[k];
+    const __m128i top = _mm_and_si128(x, _mm_set1_epi16(static_cast<short>(0xF800)));
+    const __m128i one =
+        _mm_cmpeq_epi16(_mm_and_si128(x, _mm_set1_epi16(static_cast<short>(0xFF80))), zero);
+    const __m128i two = _mm_cmpeq_epi16(top, zero);
+    const __m128i surrogate = _mm_cmpeq_epi16(top, _mm_set1_epi16(static_cast<short>(0xD800)));
+    const uint64_t shift = 8 * static_cast<uint64_t>(k);
+    u.twoOrMore |= uint64_t{static_cast<uint8_t>(~_mm_movemask_epi8(_mm_packs_epi16(one, one)))}
+                   << shift;
+    u.three |= uint64_t{static_cast<uint8_t>(~_mm_movemask_epi8(_mm_packs_epi16(two, two)))}
+               << shift;
+    u.surrogate |=
+        uint64_t{static_cast<uint8_t>(_mm_movemask_epi8(_mm_packs_epi16(surrogate, surrogate)))}
+        << shift;
+  }
+  u.twoOrMore &= Below(len);
+  u.three &= Below(len);
+  return u;
+}
+
+// Each unit's UTF-8 form in a 32-bit lane, first byte lowest, unused bytes 0.
+CH_TARGET void EncodeUtf16(const __m128i (&v)[4], uint32_t* lanes) {
+  const __m128i zero = _mm_setzero_si128();
+  for (int k = 0; k < 4; ++k) {
+    const __m128i u = v[k];
+    const __m128i one =
+        _mm_cmpeq_epi16(_mm_and_si128(u, _mm_set1_epi16(static_cast<short>(0xFF80))), zero);
+    const __m128i two =
+        _mm_cmpeq_epi16(_mm_and_si128(u, _mm_set1_epi16(static_cast<short>(0xF800))), zero);
+    const __m128i last = _mm_or_si128(_mm_and_si128(u, _mm_set1_epi16(0x3F)), _mm_set1_epi16(0x80));
+    const __m128i twoBytes = _mm_or_si128(_mm_srli_epi16(u, 6), _mm_slli_epi16(last, 8));
+    const __m128i threeBytes = _mm_or_si128(
+        _mm_or_si128(_mm_srli_epi16(u, 12), _mm_set1_epi16(static_cast<short>(0x80E0))),
+        _mm_and_si128(_mm_slli_epi16(u, 2), _mm_set1_epi16(0x3F00)));
+    const __m128i firstTwo = _mm_or_si128(
+        _mm_and_si128(one, u),
+        _mm_andnot_si128(
+            one, _mm_or_si128(_mm_and_si128(two, _mm_or_si128(twoBytes, _mm_set1_epi16(0xC0))),
+                              _mm_andnot_si128(two, threeBytes))));
+    const __m128i third = _mm_andnot_si128(two, last);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(lanes + 8 * k),
+                     _mm_unpacklo_epi16(firstTwo, third));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(lanes + 8 * k + 4),
+                     _mm_unpackhi_epi16(firstTwo, third));
+  }
+}
+
+CH_TARGET void Sse2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* dst, size_t cap,
+                            size_t& ro) {
+  size_t i = ri;
+  size_t o = ro;
+  uint16_t pad[kUnits];
+  while (i < n) {
+    __m128i v[4];
+    Load(reinterpret_cast<const uint8_t*>(BlockAt(src, n, i, pad)), v);
+    const size_t len = n - i < kUnits ? n - i : kUnits;
+    const Utf16Units units = ClassifyUtf16(v, len);
+    const Utf16Plan plan = PlanUtf16(units, cap - o);
+    if (plan.count == kUnits && plan.bytes == plan.count) {  // 32 ASCII units
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o), _mm_packus_epi16(v[0], v[1]));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + 16), _mm_packus_epi16(v[2], v[3]));
+    } else {
+      uint32_t lanes[kUnits];
+      uint8_t bytes[3 * kUnits + 1];
+      EncodeUtf16(v, lanes);
+      size_t cb = 0;
+      for (size_t k = 0; k < plan.count; ++k) {
+        memcpy(bytes + cb, &lanes[k], 4);
+        cb += 1 + ((units.twoOrMore >> k) & 1) + ((units.three >> k) & 1);
+      }
+      memcpy(dst + o, bytes, plan.bytes);
+    }
+    o += plan.bytes;
+    if (plan.stop) {
+      i += plan.count;
       break;
     }
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o), _mm_packus_epi16(lo, hi));
-    i += 16;
-    o += 16;
+    i += len;
   }
-  AsciiRun16To8(src, n, i, dst, cap, o);
+  ri = i;
+  ro = o;
 }
 
-CH_TARGET void Sse2ThreeByteRun8To16(const uint8_t* src, size_t n, size_t& i, uint16_t* dst,
-                                     size_t cap, size_t& o) {
-  // Eight characters (24 bytes) at a time, the reverse of the packing in the
-  // UTF-16 path below: 6 bytes per 64-bit lane, split into 3 bytes per 32-bit
-  // lane, checked and decoded there, then packed to 16-bit units (offset by
-  // 0x8000 around the signed saturating pack).
-  const __m128i kLow24 = _mm_set_epi32(0, 0xFFFFFF, 0, 0xFFFFFF);
-  const __m128i kHigh24 = _mm_set_epi32(0xFFFFFF, 0, 0xFFFFFF, 0);
-  const __m128i kPatternBits = _mm_set1_epi32(0xC0C0F0);
-  const __m128i kPattern = _mm_set1_epi32(0x8080E0);
-  const __m128i kTopBits = _mm_set1_epi32(0xF800);
-  const __m128i kSurrogate = _mm_set1_epi32(0xD800);
-  const __m128i kOffset = _mm_set1_epi32(0x8000);
-  const __m128i zero = _mm_setzero_si128();
-  while (n - i >= 26 && cap - o >= 8) {
-    __m128i chars[2];
-    for (int k = 0; k < 2; ++k) {
-      const __m128i pairs = _mm_unpacklo_epi64(
-          _mm_loadl_epi64(reinterpret_cast<const __m128i*>(src + i + 12 * k)),
-          _mm_loadl_epi64(reinterpret_cast<const __m128i*>(src + i + 12 * k + 6)));
-      chars[k] = _mm_or_si128(_mm_and_si128(pairs, kLow24),
-                              _mm_and_si128(_mm_slli_epi64(pairs, 8), kHigh24));
+CH_TARGET void Sse2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* out, size_t& ro) {
+  size_t i = ri;
+  size_t o = ro;
+  uint8_t pad[kBytes];
+  HalfWidthBytes b = {};
+  while (i < n) {
+    const uint8_t* block = BlockAt(in, n, i, pad);
+    __m128i v[4];
+    Load(block, v);
+    b.len = n - i < kBytes ? n - i : kBytes;
+    b.atEnd = n - i == b.len;
+    b.ahead = n - i - b.len >= 2;
+    b.leads = 0;
+    b.changes = 0;
+    uint64_t candidates = 0;
+    for (int k = 0; k < 4; ++k) {
+      const __m128i x = v[k];
+      b.leads |= Bits(_mm_cmpeq_epi8(_mm_and_si128(x, Byte(0xF0)), Byte(0xE0)), k);
+      candidates |= Bits(
+          _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(x, Byte(0xE2)), _mm_cmpeq_epi8(x, Byte(0xE3))),
+                       _mm_cmpeq_epi8(x, Byte(0xEF))),
+          k);
     }
-    const __m128i shape =
-        _mm_and_si128(_mm_cmpeq_epi32(_mm_and_si128(chars[0], kPatternBits), kPattern),
-                      _mm_cmpeq_epi32(_mm_and_si128(chars[1], kPatternBits), kPattern));
-    if (_mm_movemask_epi8(shape) != 0xFFFF) break;
-    __m128i cps[2];
-    __m128i other = zero;
-    for (int k = 0; k < 2; ++k) {
-      const __m128i v = chars[k];
-      cps[k] =
-          _mm_or_si128(_mm_or_si128(_mm_slli_epi32(_mm_and_si128(v, _mm_set1_epi32(0x0F)), 12),
-                                    _mm_srli_epi32(_mm_and_si128(v, _mm_set1_epi32(0x3F00)), 2)),
-                       _mm_and_si128(_mm_srli_epi32(v, 16), _mm_set1_epi32(0x3F)));
-      const __m128i top = _mm_and_si128(cps[k], kTopBits);
-      other = _mm_or_si128(
-          other, _mm_or_si128(_mm_cmpeq_epi32(top, zero), _mm_cmpeq_epi32(top, kSurrogate)));
+    // A lead in the last two bytes takes the bytes after the block, known
+    // only when `ahead`.
+    if (b.ahead) {
+      b.leadsAhead = IsThreeByteLead(block[kBytes]) | (IsThreeByteLead(block[kBytes + 1]) << 1);
+    } else {
+      candidates &= Below(kBytes - 2);
     }
-    if (_mm_movemask_epi8(other) != 0) break;
-    const __m128i units =
-        _mm_packs_epi32(_mm_sub_epi32(cps[0], kOffset), _mm_sub_epi32(cps[1], kOffset));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o),
-                     _mm_xor_si128(units, _mm_set1_epi16(static_cast<short>(0x8000))));
-    i += 24;
-    o += 8;
-  }
-  ThreeByteRun8To16(src, n, i, dst, cap, o);
-}
-
-CH_TARGET void Sse2ThreeByteRun16To8(const uint16_t* src, size_t n, size_t& i, uint8_t* dst,
-                                     size_t cap, size_t& o) {
-  // Eight units become 24 bytes: each 16-bit lane makes its first two bytes
-  // and its last byte apart; interleaved, they form one 3-byte character per
-  // 32-bit lane, and two of those are joined into 6 bytes per 64-bit lane.
-  const __m128i kTopBits = _mm_set1_epi16(static_cast<short>(0xF800));
-  const __m128i kSurrogate = _mm_set1_epi16(static_cast<short>(0xD800));
-  const __m128i kLow24 = _mm_set_epi32(0, 0xFFFFFF, 0, 0xFFFFFF);
-  const __m128i kHigh24 =
-      _mm_set_epi32(0xFFFF, static_cast<int>(0xFF000000), 0xFFFF, static_cast<int>(0xFF000000));
-  while (n - i >= 8 && cap - o >= 24) {
-    const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + i));
-    const __m128i top = _mm_and_si128(units, kTopBits);
-    const __m128i other =
-        _mm_or_si128(_mm_cmpeq_epi16(top, _mm_setzero_si128()), _mm_cmpeq_epi16(top, kSurrogate));
-    if (_mm_movemask_epi8(other) != 0) break;
-    const __m128i lead = _mm_or_si128(_mm_srli_epi16(units, 12), _mm_set1_epi16(0xE0));
-    const __m128i middle =
-        _mm_or_si128(_mm_and_si128(_mm_slli_epi16(units, 2), _mm_set1_epi16(0x3F00)),
-                     _mm_set1_epi16(static_cast<short>(0x8000)));
-    const __m128i firstTwo = _mm_or_si128(lead, middle);
-    const __m128i last =
-        _mm_or_si128(_mm_and_si128(units, _mm_set1_epi16(0x3F)), _mm_set1_epi16(0x80));
-    const __m128i chars0 = _mm_unpacklo_epi16(firstTwo, last);
-    const __m128i chars1 = _mm_unpackhi_epi16(firstTwo, last);
-    uint64_t pairs[4];
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(pairs),
-                     _mm_or_si128(_mm_and_si128(chars0, kLow24),
-                                  _mm_and_si128(_mm_srli_epi64(chars0, 8), kHigh24)));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(pairs + 2),
-                     _mm_or_si128(_mm_and_si128(chars1, kLow24),
-                                  _mm_and_si128(_mm_srli_epi64(chars1, 8), kHigh24)));
-    // In order, so that each store's two spare bytes are overwritten by the
-    // next; the last writes its six bytes only.
-    memcpy(dst + o, &pairs[0], 8);
-    memcpy(dst + o + 6, &pairs[1], 8);
-    memcpy(dst + o + 12, &pairs[2], 8);
-    memcpy(dst + o + 18, &pairs[3], 6);
-    i += 8;
-    o += 24;
-  }
-  ThreeByteRun16To8(src, n, i, dst, cap, o);
-}
-
-// resume; `i` is always left at the start of a unit.
-CH_TARGET size_t Sse2FullWidthBlocks(const uint8_t* in, size_t n, size_t& i, uint8_t* out,
-                                     size_t& o) {
-  const __m128i kHighNibble = _mm_set1_epi8(static_cast<char>(0xF0));
-  const __m128i kLead = _mm_set1_epi8(static_cast<char>(0xE0));
-  unsigned cbAsIs = 0;
-  size_t cbExact = kFullWidthExactStep;
-  while (n - i >= 18) {
-    const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + i));
-    if (_mm_movemask_epi8(block) == 0) {
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(out + o), block);  // all ASCII
-      cbAsIs = 0;
-      i += 16;
-      o += 16;
+    uint8_t halves[kBytes];
+    for (; candidates != 0; candidates &= candidates - 1) {
+      const size_t p = static_cast<size_t>(__builtin_ctzll(candidates));
+      halves[p] = HalfWidthOf(ThreeByteUnit(block[p], block[p + 1], block[p + 2]));
+      b.changes |= uint64_t{halves[p] != 0} << p;
+    }
+    const HalfWidthPlan plan = PlanHalfWidth(b);
+    if (plan.changes == 0 && plan.keep == Below(plan.consumed)) {
+      memmove(out + o, block, plan.consumed);
+      o += plan.consumed;
+    } else {
+      for (uint64_t keep = plan.keep; keep != 0; keep &= keep - 1) {
+        const size_t p = static_cast<size_t>(__builtin_ctzll(keep));
+        out[o++] = (plan.changes >> p) & 1 ? halves[p] : block[p];
+      }
+    }
+    if (plan.consumed != b.len) {
+      i += plan.consumed;
+      if (plan.stop) break;
+      b.skip = 0;
       continue;
     }
-    const unsigned notLead = ~((1u << cbAsIs) - 1);
-    const unsigned leads = notLead & static_cast<unsigned>(_mm_movemask_epi8(
-                                         _mm_cmpeq_epi8(_mm_and_si128(block, kHighNibble), kLead)));
-    if ((leads & ((leads << 1) | (leads << 2))) != 0) {
-      break;
-    }
-    const unsigned changing =
-        notLead & MayChange(block, _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + i + 1)),
-                            _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + i + 2)));
-    if (changing != 0) {
-      cbAsIs = static_cast<unsigned>(__builtin_ctz(changing));
-      cbExact = 1;
-      break;
-    }
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + o), block);
-    cbAsIs = ((leads >> 14) & 1) | ((leads >> 15) << 1);
-    i += 16;
-    o += 16;
+    i += b.len;
+    b.skip = plan.skip;
+    b.dropSkip = plan.dropSkip;
   }
-  // The bytes up to the next unit (a tail, or the units before a character
-  // that may change) are copied as they are; in place, the two ranges
-  // overlap.
-  memmove(out + o, in + i, cbAsIs);
-  i += cbAsIs;
-  o += cbAsIs;
-  return cbExact;
+  ri = i;
+  ro = o;
 }
 
 // Reads the aligned 16-byte blocks from the one that holds text[0] to the one
@@ -257,12 +283,9 @@ CH_TARGET CH_WHOLE_BLOCKS size_t Sse2TerminatedLength16(const uint16_t* text) {
          2;
 }
 
-extern const Kernels kSse2Kernels = {"sse2",
-                                     Sse2AsciiRun8To16,
-                                     Sse2AsciiRun16To8,
-                                     Sse2ThreeByteRun8To16,
-                                     Sse2ThreeByteRun16To8,
-                                     Sse2FullWidthBlocks,
-                                     Sse2TerminatedLength16};
+}  // namespace
+
+extern const Kernels kSse2Kernels = {"sse2",       Sse2Supported, Sse2Utf8To16,
+                                     Sse2Utf16To8, Sse2HalfWidth, Sse2TerminatedLength16};
 
 }  // namespace commonhelpers_internal

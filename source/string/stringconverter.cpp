@@ -26,6 +26,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "internal/known_length.h"
 #include "internal/simd.h"
 #include "internal/terminated_length.h"
 
@@ -37,7 +38,6 @@ using commonhelpers_internal::FirstStretch;
 using commonhelpers_internal::GrowNear;
 using commonhelpers_internal::Kernels;
 using commonhelpers_internal::KnownLength;
-using commonhelpers_internal::ScanToTerminator;
 using commonhelpers_internal::TerminatedLength;
 
 constexpr uint32_t kMalformed = 0xFFFFFFFF;
@@ -167,10 +167,7 @@ bool Encode(uint32_t* dst, size_t cap, size_t& o, uint32_t cp) {
   return true;
 }
 
-// A valid three-byte character is one of U+0800..U+FFFF but no surrogate.
-bool IsThreeByteCodePoint(uint32_t cp) { return (cp & 0xF800) != 0 && (cp & 0xF800) != 0xD800; }
-
-// The run copiers for the pairs that have no kernels: ASCII only.
+// The runs for the pairs that have no kernels: ASCII only.
 template <typename Src, typename Dst>
 void Runs(const Kernels&, const Src* src, size_t n, size_t& i, Dst* dst, size_t cap, size_t& o) {
   while (i < n && o < cap && src[i] < 0x80) {
@@ -178,28 +175,14 @@ void Runs(const Kernels&, const Src* src, size_t n, size_t& i, Dst* dst, size_t 
   }
 }
 
-// English text is mostly ASCII and Chinese text mostly three-byte
-// characters (U+0800..U+FFFF): both run without the general decoder. Each run
-// is tried only where its first character is of its kind, which spares a
-// text a call at each character that starts the other kind of run.
 void Runs(const Kernels& kernels, const uint8_t* src, size_t n, size_t& i, uint16_t* dst,
           size_t cap, size_t& o) {
-  if (src[i] < 0x80) {
-    kernels.asciiRun8To16(src, n, i, dst, cap, o);
-  }
-  if (i < n && (src[i] & 0xF0) == 0xE0) {
-    kernels.threeByteRun8To16(src, n, i, dst, cap, o);
-  }
+  kernels.utf8To16(src, n, i, dst, cap, o);
 }
 
 void Runs(const Kernels& kernels, const uint16_t* src, size_t n, size_t& i, uint8_t* dst,
           size_t cap, size_t& o) {
-  if (src[i] < 0x80) {
-    kernels.asciiRun16To8(src, n, i, dst, cap, o);
-  }
-  if (i < n && src[i] >= 0x800) {
-    kernels.threeByteRun16To8(src, n, i, dst, cap, o);
-  }
+  kernels.utf16To8(src, n, i, dst, cap, o);
 }
 
 // The units known to come before the terminator: UTF-8 a stretch at a time
@@ -268,47 +251,6 @@ RResult ConvertFrom(const Kernels& kernels, const Src* src, void* dst, size_t ca
 }
 
 }  // namespace
-
-void commonhelpers_internal::AsciiRun8To16(const uint8_t* src, size_t n, size_t& i, uint16_t* dst,
-                                           size_t cap, size_t& o) {
-  while (i < n && o < cap && src[i] < 0x80) {
-    dst[o++] = src[i++];
-  }
-}
-
-void commonhelpers_internal::AsciiRun16To8(const uint16_t* src, size_t n, size_t& i, uint8_t* dst,
-                                           size_t cap, size_t& o) {
-  while (i < n && o < cap && src[i] < 0x80) {
-    dst[o++] = static_cast<uint8_t>(src[i++]);
-  }
-}
-
-void commonhelpers_internal::ThreeByteRun8To16(const uint8_t* src, size_t n, size_t& i,
-                                               uint16_t* dst, size_t cap, size_t& o) {
-  while (n - i >= 3 && o < cap && (src[i] & 0xF0) == 0xE0 && IsContinuation(src[i + 1]) &&
-         IsContinuation(src[i + 2])) {
-    const uint32_t cp = (static_cast<uint32_t>(src[i] & 0x0F) << 12) |
-                        (static_cast<uint32_t>(src[i + 1] & 0x3F) << 6) | (src[i + 2] & 0x3F);
-    if (!IsThreeByteCodePoint(cp)) break;  // overlong, or an encoded surrogate
-    dst[o++] = static_cast<uint16_t>(cp);
-    i += 3;
-  }
-}
-
-void commonhelpers_internal::ThreeByteRun16To8(const uint16_t* src, size_t n, size_t& i,
-                                               uint8_t* dst, size_t cap, size_t& o) {
-  while (i < n && cap - o >= 3 && IsThreeByteCodePoint(src[i])) {
-    const uint32_t u = src[i++];
-    dst[o] = static_cast<uint8_t>(0xE0 | (u >> 12));
-    dst[o + 1] = static_cast<uint8_t>(0x80 | ((u >> 6) & 0x3F));
-    dst[o + 2] = static_cast<uint8_t>(0x80 | (u & 0x3F));
-    o += 3;
-  }
-}
-
-size_t commonhelpers_internal::TerminatedLength16(const uint16_t* text) {
-  return ScanToTerminator(text);
-}
 
 void commonhelpers_internal::ConvertUtfStringWith(const Kernels& kernels, const void* src,
                                                   UtfType srcType, void* dst, int dstSize,

@@ -1,0 +1,215 @@
+// blocks.h (internal): what a block of text allows a run to take, worked out
+// from masks of its units (bit p for unit p of the block), the same way at
+// every SIMD level. A level fills the masks with its vector compares, asks
+// the plan here, and moves the units the plan names.
+//
+// A block starts where the run stands (at the start of a character) and
+// holds the next `len` units, at most 64 (32 for UTF-16); positions from
+// `len` on read as zero, which is no byte of any character. `atEnd` says
+// that nothing is known past the block (n - i == len).
+#ifndef COMMONHELPERS_KERNELS_BLOCKS_H_
+#define COMMONHELPERS_KERNELS_BLOCKS_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace commonhelpers_internal {
+
+// The positions below `count` (count <= 64).
+constexpr uint64_t Below(size_t count) { return count < 64 ? (uint64_t{1} << count) - 1 : ~0ull; }
+
+inline size_t CountOnes(uint64_t bits) { return static_cast<size_t>(__builtin_popcountll(bits)); }
+
+// The lowest `count` set bits of `bits` (all of them when it has fewer).
+inline uint64_t LowestOnes(uint64_t bits, size_t count) {
+  uint64_t kept = 0;
+  for (size_t k = 0; k < count && bits != 0; ++k) {
+    kept |= bits & (0 - bits);
+    bits &= bits - 1;
+  }
+  return kept;
+}
+
+// The block of up to `size` units at src[i]: the text itself, or its last
+// units copied into `pad` with zeros after them.
+template <typename Unit, size_t size>
+const Unit* BlockAt(const Unit* src, size_t n, size_t i, Unit (&pad)[size]) {
+  if (n - i >= size) {
+    return src + i;
+  }
+  memset(pad, 0, sizeof pad);
+  memcpy(pad, src + i, (n - i) * sizeof(Unit));
+  return pad;
+}
+
+// A block of UTF-8: the bytes of each class, and what the block before it
+// left open: a character whose lead came in its last two bytes, `open` bytes
+// of it, claiming the first bytes of this block (`claimed`), and whether its
+// lead was E0 or ED (`checked`, bit 0 for E0 and bit 1 for ED, if its second
+// byte is this block's first).
+struct Utf8Bytes {
+  uint64_t nonAscii;  // 0x80..0xFF
+  uint64_t cont;      // 0x80..0xBF
+  uint64_t lead3;     // 0xE0..0xEF
+  uint64_t bad;       // 0xC0, 0xC1 and 0xF0..0xFF: in no character of one to three bytes
+  uint64_t e0;        // 0xE0, whose next byte must be 0xA0..0xBF (else overlong)
+  uint64_t ed;        // 0xED, whose next byte must be 0x80..0x9F (else a surrogate)
+  uint64_t belowA0;   // 0x00..0x9F
+  size_t len;
+  bool atEnd;
+  uint64_t claimed;
+  uint64_t checked;
+  size_t open;
+};
+
+// The characters to take: `ends` marks the last byte of each (the first may
+// be the one left open before the block), `count` their number. Unless
+// `stop`, the run goes on at the next block, with what this one leaves open
+// in `next`; when it stops, it stands `resume` bytes after the start of the
+// character left open before the block (the block's start if none).
+struct Utf8Plan {
+  uint64_t ends;
+  size_t count;
+  bool stop;
+  size_t resume;
+  Utf8Bytes next;
+};
+
+// Each lead claims the continuation bytes its form needs; a block is well
+// formed where the claimed bytes are exactly the continuation bytes, no byte
+// is bad and no second byte is out of its lead's range. The first character
+// not taken starts at the last unclaimed byte at or before the first fault:
+// a lead whose claim is not met, a continuation byte nobody claims, a bad
+// byte, or the lead of an out-of-range second byte (or, with no unclaimed
+// byte before the fault, at the character left open before the block).
+inline Utf8Plan PlanUtf8(const Utf8Bytes& b, size_t room) {
+  const uint64_t leads = b.nonAscii & ~b.cont;
+  const uint64_t claimed = (leads << 1) | (b.lead3 << 2) | b.claimed;
+  const uint64_t claims64 = ((leads >> 63) | (b.lead3 >> 62)) & 1;
+  const uint64_t faults = (b.cont ^ claimed) | b.bad |
+                          (((b.e0 << 1) | (b.checked & 1)) & b.belowA0) |
+                          (((b.ed << 1) | (b.checked >> 1)) & ~b.belowA0);
+  Utf8Plan plan = {~((claimed >> 1) | (claims64 << 63)) & Below(b.len), 0, false, 0, {}};
+  if (faults != 0 || (b.atEnd && claims64 != 0)) {
+    const uint64_t upToFault =
+        faults != 0 ? ~0ull >> __builtin_clzll(faults & (0 - faults)) : ~0ull;
+    const uint64_t unclaimed = ~claimed & upToFault;
+    const size_t start = unclaimed != 0 ? static_cast<size_t>(63 - __builtin_clzll(unclaimed)) : 0;
+    plan.ends &= unclaimed != 0 ? Below(start) : 0;
+    plan.stop = true;
+  }
+  plan.count = CountOnes(plan.ends);
+  if (plan.count > room) {
+    plan.ends = LowestOnes(plan.ends, room);
+    plan.count = room;
+    plan.stop = true;
+  }
+  if (plan.stop) {
+    plan.resume =
+        plan.ends != 0 ? b.open + static_cast<size_t>(64 - __builtin_clzll(plan.ends)) : 0;
+  } else {
+    plan.next.claimed = claims64 | ((b.lead3 >> 63) << 1);
+    plan.next.checked = (b.e0 >> 63) | ((b.ed >> 63) << 1);
+    plan.next.open = b.lead3 >> 62 == 1 ? 2 : claims64;
+  }
+  return plan;
+}
+
+// A block of UTF-16 (up to 32 units): the units of two or more and of three
+// UTF-8 bytes, and the surrogates.
+struct Utf16Units {
+  uint64_t twoOrMore;  // 0x80 and above
+  uint64_t three;      // 0x800 and above
+  uint64_t surrogate;  // 0xD800..0xDFFF
+  size_t len;
+};
+
+// The units to take and the bytes they make; `stop` when the run ends after
+// them (a surrogate, or no room for the next unit).
+struct Utf16Plan {
+  size_t count;
+  size_t bytes;
+  bool stop;
+};
+
+inline size_t Utf8Bytes16(const Utf16Units& u, size_t count) {
+  return count + CountOnes(u.twoOrMore & Below(count)) + CountOnes(u.three & Below(count));
+}
+
+inline Utf16Plan PlanUtf16(const Utf16Units& u, size_t room) {
+  size_t count = u.len;
+  bool stop = false;
+  if (u.surrogate != 0) {
+    count = static_cast<size_t>(__builtin_ctzll(u.surrogate));
+    stop = true;
+  }
+  size_t bytes = Utf8Bytes16(u, count);
+  if (bytes > room) {
+    count = 0;
+    while (Utf8Bytes16(u, count + 1) <= room) {
+      ++count;
+    }
+    bytes = Utf8Bytes16(u, count);
+    stop = true;
+  }
+  return {count, bytes, stop};
+}
+
+// A block of fullToHalf's input (up to 64 bytes): its leads (1110xxxx),
+// the leads whose unit changes, and the two bytes after the block when they
+// are known (`ahead`; `leadsAhead` tells which are leads). A unit whose
+// lead comes in the last two bytes then takes its other bytes from the next
+// block, which starts with `skip` of them: dropped when `dropSkip`.
+struct HalfWidthBytes {
+  uint64_t leads;
+  uint64_t changes;
+  size_t len;
+  bool atEnd;
+  bool ahead;
+  uint64_t leadsAhead;
+  size_t skip;
+  bool dropSkip;
+};
+
+// The bytes to take: `keep` marks those that stay (all but the two after a
+// changed lead, and the skipped ones if dropped), `changes` the leads that
+// change, `consumed` counts them all; `stop` when the next unit is one the
+// run does not take (a lead that the end cuts short, or that has another lead
+// among its next two bytes). Unless `stop`, `skip` and `dropSkip` are what
+// the next block starts with.
+struct HalfWidthPlan {
+  uint64_t keep;
+  uint64_t changes;
+  size_t consumed;
+  bool stop;
+  size_t skip;
+  bool dropSkip;
+};
+
+inline HalfWidthPlan PlanHalfWidth(const HalfWidthBytes& b) {
+  const uint64_t leads = b.leads & ~Below(b.skip);
+  const uint64_t lastTwo = ~Below(b.len < 2 ? 0 : b.len - 2) & Below(b.len);
+  const uint64_t leadAhead =
+      b.ahead ? ((b.leadsAhead & 1) << 62) | (uint64_t{b.leadsAhead != 0} << 63) : 0;
+  const uint64_t odd =
+      (leads & ((leads >> 1) | (leads >> 2) | leadAhead)) | (b.atEnd ? leads & lastTwo : 0);
+  const uint64_t open = b.atEnd || b.ahead ? 0 : leads & lastTwo;
+  HalfWidthPlan plan = {0, 0, b.len, false, 0, false};
+  if ((odd | open) != 0) {
+    const uint64_t first = (odd | open) & (0 - (odd | open));
+    plan.consumed = static_cast<size_t>(__builtin_ctzll(first));
+    plan.stop = (odd & first) != 0;
+  } else if ((leads & lastTwo) != 0) {
+    plan.skip = (leads >> 62) & 1 ? 1 : 2;
+    plan.dropSkip = (b.changes & leads & lastTwo) != 0;
+  }
+  plan.changes = b.changes & leads & Below(plan.consumed);
+  plan.keep = ~((plan.changes << 1) | (plan.changes << 2) | (b.dropSkip ? Below(b.skip) : 0)) &
+              Below(plan.consumed);
+  return plan;
+}
+
+}  // namespace commonhelpers_internal
+
+#endif  // COMMONHELPERS_KERNELS_BLOCKS_H_

@@ -1,0 +1,41 @@
+// halfwidth.h (internal): what fullToHalf makes of a three-byte character,
+// shared by its exact path and by every kernel level (the wider levels build
+// their tables from it at compile time).
+#ifndef COMMONHELPERS_KERNELS_HALFWIDTH_H_
+#define COMMONHELPERS_KERNELS_HALFWIDTH_H_
+
+#include <cstdint>
+
+namespace commonhelpers_internal {
+
+constexpr bool IsThreeByteLead(uint8_t b) { return (b & 0xF0) == 0xE0; }
+
+// The code point of the three-byte unit that starts with `lead`: only the
+// low six bits of the two bytes after it count, whatever they hold.
+constexpr uint32_t ThreeByteUnit(uint8_t lead, uint8_t second, uint8_t third) {
+  return (static_cast<uint32_t>(lead & 0x0F) << 12) | (static_cast<uint32_t>(second & 0x3F) << 6) |
+         (third & 0x3F);
+}
+
+// The ASCII byte that a three-byte character becomes, or 0 when it stays.
+constexpr uint8_t HalfWidthOf(uint32_t cp) {
+  if (cp == 0x3000) {
+    return ' ';
+  }
+  if ((cp >= 0xFF03 && cp <= 0xFF06) || (cp >= 0xFF0A && cp <= 0xFF0B) ||
+      (cp >= 0xFF0E && cp <= 0xFF19) || (cp >= 0xFF1C && cp <= 0xFF1E) ||
+      (cp >= 0xFF20 && cp <= 0xFF3A) || cp == 0xFF3F || (cp >= 0xFF41 && cp <= 0xFF5E)) {
+    return static_cast<uint8_t>(cp - 0xFEE0);
+  }
+  if (cp >= 0x2460 && cp <= 0x2468) {
+    return static_cast<uint8_t>(cp - 0x242F);  // circled digits one to nine
+  }
+  if (cp == 0x2012 || cp == 0x2013 || cp == 0x2015 || cp == 0xFF0D) {
+    return '-';
+  }
+  return 0;
+}
+
+}  // namespace commonhelpers_internal
+
+#endif  // COMMONHELPERS_KERNELS_HALFWIDTH_H_

@@ -1,0 +1,91 @@
+// The scalar level: every run one character at a time. It is the level that
+// every other is compared with, and the only one on other architectures.
+#include "internal/simd.h"
+#include "internal/terminated_length.h"
+#include "kernels/halfwidth.h"
+
+namespace commonhelpers_internal {
+
+namespace {
+
+bool IsContinuation(uint8_t b) { return (b & 0xC0) == 0x80; }
+
+bool Always() { return true; }
+
+// The leads C2..DF take one continuation byte, E0..EF two; C0 and C1 would
+// be overlong, and the three-byte range check excludes the overlong forms
+// (below U+0800) and the surrogates.
+void ScalarUtf8To16(const uint8_t* src, size_t n, size_t& i, uint16_t* dst, size_t cap, size_t& o) {
+  while (i < n && o < cap) {
+    const uint32_t b0 = src[i];
+    if (b0 < 0x80) {
+      dst[o++] = static_cast<uint16_t>(b0);
+      ++i;
+      continue;
+    }
+    if (b0 < 0xC2 || b0 > 0xEF || n - i < 2 || !IsContinuation(src[i + 1])) break;
+    const uint32_t b1 = src[i + 1] & 0x3F;
+    if (b0 < 0xE0) {
+      dst[o++] = static_cast<uint16_t>(((b0 & 0x1F) << 6) | b1);
+      i += 2;
+      continue;
+    }
+    if (n - i < 3 || !IsContinuation(src[i + 2])) break;
+    const uint32_t cp = ((b0 & 0x0F) << 12) | (b1 << 6) | (src[i + 2] & 0x3F);
+    if (cp < 0x800 || (cp >= 0xD800 && cp <= 0xDFFF)) break;
+    dst[o++] = static_cast<uint16_t>(cp);
+    i += 3;
+  }
+}
+
+void ScalarUtf16To8(const uint16_t* src, size_t n, size_t& i, uint8_t* dst, size_t cap, size_t& o) {
+  for (; i < n; ++i) {
+    const uint32_t u = src[i];
+    if (u < 0x80) {
+      if (o == cap) break;
+      dst[o++] = static_cast<uint8_t>(u);
+    } else if (u < 0x800) {
+      if (cap - o < 2) break;
+      dst[o++] = static_cast<uint8_t>(0xC0 | (u >> 6));
+      dst[o++] = static_cast<uint8_t>(0x80 | (u & 0x3F));
+    } else {
+      if ((u & 0xF800) == 0xD800 || cap - o < 3) break;
+      dst[o++] = static_cast<uint8_t>(0xE0 | (u >> 12));
+      dst[o++] = static_cast<uint8_t>(0x80 | ((u >> 6) & 0x3F));
+      dst[o++] = static_cast<uint8_t>(0x80 | (u & 0x3F));
+    }
+  }
+}
+
+void ScalarHalfWidth(const uint8_t* in, size_t n, size_t& i, uint8_t* out, size_t& o) {
+  while (i < n) {
+    const uint8_t lead = in[i];
+    if (!IsThreeByteLead(lead)) {
+      out[o++] = lead;
+      ++i;
+      continue;
+    }
+    if (n - i < 3 || IsThreeByteLead(in[i + 1]) || IsThreeByteLead(in[i + 2])) break;
+    const uint8_t second = in[i + 1];
+    const uint8_t third = in[i + 2];
+    const uint8_t half = HalfWidthOf(ThreeByteUnit(lead, second, third));
+    if (half != 0) {
+      out[o++] = half;
+    } else {
+      out[o] = lead;
+      out[o + 1] = second;
+      out[o + 2] = third;
+      o += 3;
+    }
+    i += 3;
+  }
+}
+
+size_t ScalarTerminatedLength16(const uint16_t* text) { return ScanToTerminator(text); }
+
+}  // namespace
+
+extern const Kernels kScalarKernels = {"scalar",       Always,          ScalarUtf8To16,
+                                       ScalarUtf16To8, ScalarHalfWidth, ScalarTerminatedLength16};
+
+}  // namespace commonhelpers_internal
