@@ -190,6 +190,28 @@ CH_TARGET void DecodeUtf8(const __m256i (&v)[2], __m256i prev, int k, __m256i& f
   second = _mm256_unpackhi_epi8(low, hi);
 }
 
+// Copies `size` bytes of a local buffer, at most 128, in pieces of up to 32
+// bytes, the last one overlapping the one before it.
+CH_TARGET void CopyOut(void* to, const void* from, size_t size) {
+  uint8_t* d = static_cast<uint8_t*>(to);
+  const uint8_t* s = static_cast<const uint8_t*>(from);
+  if (size >= 32) {
+    for (size_t k = 0; k + 32 < size; k += 32) {
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + k),
+                          _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + k)));
+    }
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + size - 32),
+                        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + size - 32)));
+  } else if (size >= 16) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(d),
+                     _mm_loadu_si128(reinterpret_cast<const __m128i*>(s)));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(d + size - 16),
+                     _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + size - 16)));
+  } else {
+    memcpy(d, s, size);
+  }
+}
+
 // Two rows of a shuffle table, one per 128-bit lane.
 CH_TARGET __m256i Rows(const uint8_t* lane0, const uint8_t* lane1) {
   return _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(lane1),
@@ -223,27 +245,31 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
     __m256i v[2];
     Load(BlockAt(src, n, i, pad), v);
     left.len = n - i < kBytes ? n - i : kBytes;
-    left.atEnd = n - i == left.len;
-    const Utf8Bytes b = ClassifyUtf8(v, left);
-    const Utf8Plan plan = PlanUtf8(b, cap - o);
-    if (plan.ends == ~0ull && b.nonAscii == 0) {  // 64 ASCII bytes
+    if (left.claimed == 0 && left.len == kBytes && cap - o >= kBytes &&
+        _mm256_movemask_epi8(_mm256_or_si256(v[0], v[1])) == 0) {  // 64 ASCII bytes
       for (int k = 0; k < 2; ++k) {
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o + 32 * k),
                             _mm256_cvtepu8_epi16(_mm256_castsi256_si128(v[k])));
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o + 32 * k + 16),
                             _mm256_cvtepu8_epi16(_mm256_extracti128_si256(v[k], 1)));
       }
-    } else {
-      uint16_t units[kBytes];
-      size_t at[8];
-      for (size_t g = 0; g < 8; ++g) at[g] = CountOnes(plan.ends & Below(8 * g));
-      for (int k = 0; k < 2; ++k) {
-        __m256i first, second;
-        DecodeUtf8(v, prev, k, first, second);
-        PackUnits(first, second, static_cast<uint32_t>(plan.ends >> (32 * k)), units, at + 4 * k);
-      }
-      memcpy(dst + o, units, plan.count * sizeof(uint16_t));
+      i += kBytes;
+      o += kBytes;
+      prev = v[1];
+      continue;
     }
+    left.atEnd = n - i == left.len;
+    const Utf8Bytes b = ClassifyUtf8(v, left);
+    const Utf8Plan plan = PlanUtf8(b, cap - o);
+    uint16_t units[kBytes];
+    size_t at[8];
+    for (size_t g = 0; g < 8; ++g) at[g] = CountOnes(plan.ends & Below(8 * g));
+    for (int k = 0; k < 2; ++k) {
+      __m256i first, second;
+      DecodeUtf8(v, prev, k, first, second);
+      PackUnits(first, second, static_cast<uint32_t>(plan.ends >> (32 * k)), units, at + 4 * k);
+    }
+    CopyOut(dst + o, units, plan.count * sizeof(uint16_t));
     o += plan.count;
     if (plan.stop) {
       i = i - b.open + plan.resume;
@@ -327,27 +353,31 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
     __m256i v[2];
     Load(BlockAt(src, n, i, pad), v);
     const size_t len = n - i < kUnits ? n - i : kUnits;
-    const Utf16Units units = ClassifyUtf16(v, len);
-    const Utf16Plan plan = PlanUtf16(units, cap - o);
-    if (plan.count == kUnits && plan.bytes == plan.count) {  // 32 ASCII units
+    if (len == kUnits && cap - o >= kUnits &&
+        _mm256_testz_si256(_mm256_or_si256(v[0], v[1]),
+                           _mm256_set1_epi16(static_cast<short>(0xFF80)))) {  // 32 ASCII units
       _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o),
                           _mm256_permute4x64_epi64(_mm256_packus_epi16(v[0], v[1]), 0xD8));
-    } else {
-      uint8_t bytes[3 * kUnits + 16];
-      uint8_t index[8];
-      size_t at[9] = {0};
-      for (size_t g = 0; g < 8; ++g) {
-        index[g] = static_cast<uint8_t>(((units.twoOrMore >> (4 * g)) & 0xF) |
-                                        (((units.three >> (4 * g)) & 0xF) << 4));
-        at[g + 1] = at[g] + kPackForms.size[index[g]];
-      }
-      for (int k = 0; k < 2; ++k) {
-        __m256i first, second;
-        EncodeUtf16(v[k], first, second);
-        PackForms(first, second, index + 4 * k, bytes, at + 4 * k);
-      }
-      memcpy(dst + o, bytes, plan.bytes);
+      i += kUnits;
+      o += kUnits;
+      continue;
     }
+    const Utf16Units units = ClassifyUtf16(v, len);
+    const Utf16Plan plan = PlanUtf16(units, cap - o);
+    uint8_t bytes[3 * kUnits + 16];
+    uint8_t index[8];
+    size_t at[9] = {0};
+    for (size_t g = 0; g < 8; ++g) {
+      index[g] = static_cast<uint8_t>(((units.twoOrMore >> (4 * g)) & 0xF) |
+                                      (((units.three >> (4 * g)) & 0xF) << 4));
+      at[g + 1] = at[g] + kPackForms.size[index[g]];
+    }
+    for (int k = 0; k < 2; ++k) {
+      __m256i first, second;
+      EncodeUtf16(v[k], first, second);
+      PackForms(first, second, index + 4 * k, bytes, at + 4 * k);
+    }
+    CopyOut(dst + o, bytes, plan.bytes);
     o += plan.bytes;
     if (plan.stop) {
       i += plan.count;
@@ -411,6 +441,15 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
     __m256i v[2];
     Load(block, v);
     b.len = n - i < kBytes ? n - i : kBytes;
+    b.leads = Bits(_mm256_cmpeq_epi8(_mm256_and_si256(v[0], Byte(0xF0)), Byte(0xE0)), 0) |
+              Bits(_mm256_cmpeq_epi8(_mm256_and_si256(v[1], Byte(0xF0)), Byte(0xE0)), 1);
+    if ((b.leads | b.skip) == 0 && b.len == kBytes) {  // 64 bytes without a lead
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + o), v[0]);
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + o + 32), v[1]);
+      i += kBytes;
+      o += kBytes;
+      continue;
+    }
     b.atEnd = n - i == b.len;
     b.ahead = n - i - b.len >= 2;
     // A lead in the last two bytes takes the bytes after the block, known
@@ -420,11 +459,9 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
       after = _mm256_castsi128_si256(_mm_cvtsi32_si128(block[kBytes] | (block[kBytes + 1] << 8)));
       b.leadsAhead = IsThreeByteLead(block[kBytes]) | (IsThreeByteLead(block[kBytes + 1]) << 1);
     }
-    b.leads = 0;
     b.changes = 0;
     __m256i data[2];
     for (int k = 0; k < 2; ++k) {
-      b.leads |= Bits(_mm256_cmpeq_epi8(_mm256_and_si256(v[k], Byte(0xF0)), Byte(0xE0)), k);
       __m256i halves;
       const __m256i changes = Changes(v, after, k, halves);
       b.changes |= Bits(changes, k);
@@ -457,7 +494,7 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
           at += CountOnes(keep & 0xFF00);
         }
       }
-      memcpy(out + o, bytes, at);
+      CopyOut(out + o, bytes, at);
       o += at;
     }
     if (plan.consumed != b.len) {

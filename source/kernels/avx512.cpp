@@ -90,8 +90,18 @@ CH_TARGET void Avx512Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t
   while (i < n) {
     const size_t len = n - i < kBytes ? n - i : kBytes;
     const __m512i x = _mm512_maskz_loadu_epi8(Below(len), src + i);
-    const __m512i high = _mm512_and_si512(x, Byte(0xF0));
     b.nonAscii = _mm512_movepi8_mask(x);
+    if ((b.nonAscii | b.claimed) == 0 && len == kBytes && cap - o >= kBytes) {  // 64 ASCII bytes
+      _mm512_storeu_si512(dst + o,
+                          _mm512_cvtepu8_epi16(_mm512_maskz_extracti64x4_epi64(0xF, x, 0)));
+      _mm512_storeu_si512(dst + o + 32,
+                          _mm512_cvtepu8_epi16(_mm512_maskz_extracti64x4_epi64(0xF, x, 1)));
+      i += kBytes;
+      o += kBytes;
+      prev = x;
+      continue;
+    }
+    const __m512i high = _mm512_and_si512(x, Byte(0xF0));
     b.cont = _mm512_cmplt_epi8_mask(x, Byte(0xC0));
     b.lead3 = _mm512_cmpeq_epi8_mask(high, Byte(0xE0));
     b.bad = _mm512_cmpeq_epi8_mask(high, Byte(0xF0)) |
@@ -102,34 +112,27 @@ CH_TARGET void Avx512Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t
     b.len = len;
     b.atEnd = n - i == len;
     const Utf8Plan plan = PlanUtf8(b, cap - o);
-    if (plan.ends == ~0ull && b.nonAscii == 0) {  // 64 ASCII bytes
-      _mm512_storeu_si512(dst + o,
-                          _mm512_cvtepu8_epi16(_mm512_maskz_extracti64x4_epi64(0xF, x, 0)));
-      _mm512_storeu_si512(dst + o + 32,
-                          _mm512_cvtepu8_epi16(_mm512_maskz_extracti64x4_epi64(0xF, x, 1)));
-    } else {
-      // The unit of the character that ends at each byte, from that byte and
-      // the two before it, in two byte vectors, packed and interleaved.
-      const __m512i p1 = _mm512_permutex2var_epi8(x, Load(kBefore1), prev);
-      const __m512i p2 = _mm512_permutex2var_epi8(x, Load(kBefore2), prev);
-      const __m512i lo = _mm512_mask_blend_epi8(
-          b.nonAscii, x,
-          _mm512_ternarylogic_epi32(_mm512_and_si512(x, Byte(0x3F)),
-                                    _mm512_maskz_slli_epi16(~0u, p1, 6), Byte(0xC0), 0xF8));
-      const __m512i hi = _mm512_maskz_or_epi32(
-          0xFFFF, _mm512_maskz_and_epi32(0xFFFF, _mm512_maskz_srli_epi16(~0u, p1, 2), Byte(0x0F)),
-          _mm512_maskz_and_epi32(
-              0xFFFF, _mm512_maskz_slli_epi16(~0u, p2, 4),
-              _mm512_maskz_mov_epi8(_mm512_cmplt_epi8_mask(p1, Byte(0xC0)), Byte(0xF0))));
-      const __m512i packedLo = _mm512_maskz_compress_epi8(plan.ends, lo);
-      const __m512i packedHi =
-          _mm512_maskz_compress_epi8(plan.ends, _mm512_maskz_mov_epi8(b.nonAscii, hi));
-      const uint64_t written = Below(plan.count);
-      _mm512_mask_storeu_epi16(dst + o, static_cast<__mmask32>(written),
-                               _mm512_permutex2var_epi8(packedLo, Load(kUnitsLow), packedHi));
-      _mm512_mask_storeu_epi16(dst + o + 32, static_cast<__mmask32>(written >> 32),
-                               _mm512_permutex2var_epi8(packedLo, Load(kUnitsHigh), packedHi));
-    }
+    // The unit of the character that ends at each byte, from that byte and
+    // the two before it, in two byte vectors, packed and interleaved.
+    const __m512i p1 = _mm512_permutex2var_epi8(x, Load(kBefore1), prev);
+    const __m512i p2 = _mm512_permutex2var_epi8(x, Load(kBefore2), prev);
+    const __m512i lo = _mm512_mask_blend_epi8(
+        b.nonAscii, x,
+        _mm512_ternarylogic_epi32(_mm512_and_si512(x, Byte(0x3F)),
+                                  _mm512_maskz_slli_epi16(~0u, p1, 6), Byte(0xC0), 0xF8));
+    const __m512i hi = _mm512_maskz_or_epi32(
+        0xFFFF, _mm512_maskz_and_epi32(0xFFFF, _mm512_maskz_srli_epi16(~0u, p1, 2), Byte(0x0F)),
+        _mm512_maskz_and_epi32(
+            0xFFFF, _mm512_maskz_slli_epi16(~0u, p2, 4),
+            _mm512_maskz_mov_epi8(_mm512_cmplt_epi8_mask(p1, Byte(0xC0)), Byte(0xF0))));
+    const __m512i packedLo = _mm512_maskz_compress_epi8(plan.ends, lo);
+    const __m512i packedHi =
+        _mm512_maskz_compress_epi8(plan.ends, _mm512_maskz_mov_epi8(b.nonAscii, hi));
+    const uint64_t written = Below(plan.count);
+    _mm512_mask_storeu_epi16(dst + o, static_cast<__mmask32>(written),
+                             _mm512_permutex2var_epi8(packedLo, Load(kUnitsLow), packedHi));
+    _mm512_mask_storeu_epi16(dst + o + 32, static_cast<__mmask32>(written >> 32),
+                             _mm512_permutex2var_epi8(packedLo, Load(kUnitsHigh), packedHi));
     o += plan.count;
     if (plan.stop) {
       i = i - b.open + plan.resume;
@@ -176,25 +179,27 @@ CH_TARGET void Avx512Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t
         _mm512_cmpeq_epi16_mask(_mm512_and_si512(x, _mm512_set1_epi16(static_cast<short>(0xF800))),
                                 _mm512_set1_epi16(static_cast<short>(0xD800))),
         len};
-    const Utf16Plan plan = PlanUtf16(units, cap - o);
-    if (plan.count == kUnits && plan.bytes == plan.count) {  // 32 ASCII units
+    if (units.twoOrMore == 0 && len == kUnits && cap - o >= kUnits) {  // 32 ASCII units
       _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o), _mm512_maskz_cvtepi16_epi8(~0u, x));
-    } else {
-      // The forms of all units, packed; the store keeps those of the units
-      // taken, which come first.
-      const __m512i forms[2] = {
-          Forms(_mm512_maskz_extracti64x4_epi64(0xF, x, 0), static_cast<uint32_t>(units.twoOrMore),
-                static_cast<uint32_t>(units.three)),
-          Forms(_mm512_maskz_extracti64x4_epi64(0xF, x, 1),
-                static_cast<uint32_t>(units.twoOrMore >> 16),
-                static_cast<uint32_t>(units.three >> 16))};
-      const uint64_t used = _mm512_test_epi8_mask(forms[0], forms[0]);
-      const size_t first = CountOnes(used) < plan.bytes ? CountOnes(used) : plan.bytes;
-      _mm512_mask_storeu_epi8(dst + o, Below(first), _mm512_maskz_compress_epi8(used, forms[0]));
-      _mm512_mask_storeu_epi8(
-          dst + o + first, Below(plan.bytes - first),
-          _mm512_maskz_compress_epi8(_mm512_test_epi8_mask(forms[1], forms[1]), forms[1]));
+      i += kUnits;
+      o += kUnits;
+      continue;
     }
+    const Utf16Plan plan = PlanUtf16(units, cap - o);
+    // The forms of all units, packed; the store keeps those of the units
+    // taken, which come first.
+    const __m512i forms[2] = {
+        Forms(_mm512_maskz_extracti64x4_epi64(0xF, x, 0), static_cast<uint32_t>(units.twoOrMore),
+              static_cast<uint32_t>(units.three)),
+        Forms(_mm512_maskz_extracti64x4_epi64(0xF, x, 1),
+              static_cast<uint32_t>(units.twoOrMore >> 16),
+              static_cast<uint32_t>(units.three >> 16))};
+    const uint64_t used = _mm512_test_epi8_mask(forms[0], forms[0]);
+    const size_t first = CountOnes(used) < plan.bytes ? CountOnes(used) : plan.bytes;
+    _mm512_mask_storeu_epi8(dst + o, Below(first), _mm512_maskz_compress_epi8(used, forms[0]));
+    _mm512_mask_storeu_epi8(
+        dst + o + first, Below(plan.bytes - first),
+        _mm512_maskz_compress_epi8(_mm512_test_epi8_mask(forms[1], forms[1]), forms[1]));
     o += plan.bytes;
     if (plan.stop) {
       i += plan.count;
@@ -242,14 +247,20 @@ CH_TARGET void Avx512HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t*
   HalfWidthBytes b = {};
   while (i < n) {
     b.len = n - i < kBytes ? n - i : kBytes;
+    const __m512i x = _mm512_maskz_loadu_epi8(Below(b.len), in + i);
+    b.leads = _mm512_cmpeq_epi8_mask(_mm512_and_si512(x, Byte(0xF0)), Byte(0xE0));
+    if ((b.leads | b.skip) == 0 && b.len == kBytes) {  // 64 bytes without a lead
+      _mm512_storeu_si512(out + o, x);
+      i += kBytes;
+      o += kBytes;
+      continue;
+    }
     b.atEnd = n - i == b.len;
     b.ahead = n - i - b.len >= 2;
-    const __m512i x = _mm512_maskz_loadu_epi8(Below(b.len), in + i);
     // A lead in the last two bytes takes the bytes after the block, known
     // only when `ahead`.
     const __m512i after = _mm512_maskz_loadu_epi8(b.ahead ? 3 : 0, in + i + kBytes);
     b.leadsAhead = _mm512_cmpeq_epi8_mask(_mm512_and_si512(after, Byte(0xF0)), Byte(0xE0));
-    b.leads = _mm512_cmpeq_epi8_mask(_mm512_and_si512(x, Byte(0xF0)), Byte(0xE0));
     b.changes = 0;
     __m512i halves = x;
     if ((b.leads & ~Below(b.skip)) != 0) {

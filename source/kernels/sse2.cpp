@@ -86,23 +86,28 @@ CH_TARGET void Sse2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
     __m128i v[4];
     Load(BlockAt(src, n, i, pad), v);
     left.len = n - i < kBytes ? n - i : kBytes;
-    left.atEnd = n - i == left.len;
-    const Utf8Bytes b = ClassifyUtf8(v, left);
-    const Utf8Plan plan = PlanUtf8(b, cap - o);
-    if (plan.ends == ~0ull && b.nonAscii == 0) {  // 64 ASCII bytes
+    if (left.claimed == 0 && left.len == kBytes && cap - o >= kBytes &&
+        _mm_movemask_epi8(_mm_or_si128(_mm_or_si128(v[0], v[1]), _mm_or_si128(v[2], v[3]))) ==
+            0) {  // 64 ASCII bytes
       for (int k = 0; k < 4; ++k) {
         _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + 16 * k),
                          _mm_unpacklo_epi8(v[k], _mm_setzero_si128()));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + 16 * k + 8),
                          _mm_unpackhi_epi8(v[k], _mm_setzero_si128()));
       }
-    } else {
-      uint16_t units[kBytes];
-      DecodeUtf8(v, prev, units);
-      uint16_t* out = dst + o;
-      for (uint64_t ends = plan.ends; ends != 0; ends &= ends - 1) {
-        *out++ = units[__builtin_ctzll(ends)];
-      }
+      i += kBytes;
+      o += kBytes;
+      prev = v[3];
+      continue;
+    }
+    left.atEnd = n - i == left.len;
+    const Utf8Bytes b = ClassifyUtf8(v, left);
+    const Utf8Plan plan = PlanUtf8(b, cap - o);
+    uint16_t units[kBytes];
+    DecodeUtf8(v, prev, units);
+    uint16_t* out = dst + o;
+    for (uint64_t ends = plan.ends; ends != 0; ends &= ends - 1) {
+      *out++ = units[__builtin_ctzll(ends)];
     }
     o += plan.count;
     if (plan.stop) {
@@ -178,21 +183,23 @@ CH_TARGET void Sse2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
     Load(reinterpret_cast<const uint8_t*>(BlockAt(src, n, i, pad)), v);
     const size_t len = n - i < kUnits ? n - i : kUnits;
     const Utf16Units units = ClassifyUtf16(v, len);
-    const Utf16Plan plan = PlanUtf16(units, cap - o);
-    if (plan.count == kUnits && plan.bytes == plan.count) {  // 32 ASCII units
+    if (units.twoOrMore == 0 && len == kUnits && cap - o >= kUnits) {  // 32 ASCII units
       _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o), _mm_packus_epi16(v[0], v[1]));
       _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + 16), _mm_packus_epi16(v[2], v[3]));
-    } else {
-      uint32_t lanes[kUnits];
-      uint8_t bytes[3 * kUnits + 1];
-      EncodeUtf16(v, lanes);
-      size_t cb = 0;
-      for (size_t k = 0; k < plan.count; ++k) {
-        memcpy(bytes + cb, &lanes[k], 4);
-        cb += 1 + ((units.twoOrMore >> k) & 1) + ((units.three >> k) & 1);
-      }
-      memcpy(dst + o, bytes, plan.bytes);
+      i += kUnits;
+      o += kUnits;
+      continue;
     }
+    const Utf16Plan plan = PlanUtf16(units, cap - o);
+    uint32_t lanes[kUnits];
+    uint8_t bytes[3 * kUnits + 1];
+    EncodeUtf16(v, lanes);
+    size_t cb = 0;
+    for (size_t k = 0; k < plan.count; ++k) {
+      memcpy(bytes + cb, &lanes[k], 4);
+      cb += 1 + ((units.twoOrMore >> k) & 1) + ((units.three >> k) & 1);
+    }
+    memcpy(dst + o, bytes, plan.bytes);
     o += plan.bytes;
     if (plan.stop) {
       i += plan.count;
@@ -217,11 +224,21 @@ CH_TARGET void Sse2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
     b.atEnd = n - i == b.len;
     b.ahead = n - i - b.len >= 2;
     b.leads = 0;
+    for (int k = 0; k < 4; ++k) {
+      b.leads |= Bits(_mm_cmpeq_epi8(_mm_and_si128(v[k], Byte(0xF0)), Byte(0xE0)), k);
+    }
+    if ((b.leads | b.skip) == 0 && b.len == kBytes) {  // 64 bytes without a lead
+      for (int k = 0; k < 4; ++k) {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + o + 16 * k), v[k]);
+      }
+      i += kBytes;
+      o += kBytes;
+      continue;
+    }
     b.changes = 0;
     uint64_t candidates = 0;
     for (int k = 0; k < 4; ++k) {
       const __m128i x = v[k];
-      b.leads |= Bits(_mm_cmpeq_epi8(_mm_and_si128(x, Byte(0xF0)), Byte(0xE0)), k);
       candidates |= Bits(
           _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(x, Byte(0xE2)), _mm_cmpeq_epi8(x, Byte(0xE3))),
                        _mm_cmpeq_epi8(x, Byte(0xEF))),
