@@ -1,10 +1,11 @@
 #!/usr/bin/python3
 """Draws the conversion chart of docs/performance.md from bench/report.sh's JSON.
 
-One panel per direction and text (UTF-8 to UTF-16 and back, English and
-Chinese); in each, throughput in GB/s of the UTF-8 bytes by input size, one
-line per SIMD level of the library and one per comparison (ICU, iconv, and
-memcpy of the same bytes as the floor). Both axes are logarithmic.
+One panel per direction and text (UTF-8 to UTF-16 and back; English,
+Chinese, and the mixed text of the engine's real input); in each, throughput
+in GB/s of the UTF-8 bytes by input size, one line per SIMD level of the
+library (all in one process) and one per comparison (ICU, iconv, and memcpy
+of the same bytes as the floor). Both axes are logarithmic.
 
 Usage: chart.py RESULTS_DIR OUT.svg   (with Debian's python3-matplotlib)
 """
@@ -19,14 +20,13 @@ import matplotlib.pyplot as plt
 from report import load, size_name
 
 SIZES = [64, 4 << 10, 64 << 10, 1 << 20]
-PANELS = [("Utf8ToUtf16", "english", "UTF-8 → UTF-16, English"),
-          ("Utf8ToUtf16", "chinese", "UTF-8 → UTF-16, Chinese"),
-          ("Utf16ToUtf8", "english", "UTF-16 → UTF-8, English"),
-          ("Utf16ToUtf8", "chinese", "UTF-16 → UTF-8, Chinese")]
+PANELS = [(function, text, f"{title}, {text.capitalize()}")
+          for function, title in (("Utf8ToUtf16", "UTF-8 → UTF-16"), ("Utf16ToUtf8", "UTF-16 → UTF-8"))
+          for text in ("english", "chinese", "mixed")]
 # Ours in blues and greens, from light and dotted (scalar) to dark (widest);
 # the comparisons in warm hues and grey.
-STYLES = {"ours@scalar": ("#6baed6", ":", "o"), "ours@sse2": ("#2171b5", "-", "o"),
-          "ours@avx2": ("#41ab5d", "-", "D"), "ours@avx512": ("#00441b", "-", "o"),
+STYLES = {"scalar": ("#6baed6", ":", "o"), "sse2": ("#2171b5", "-", "o"),
+          "avx2": ("#41ab5d", "-", "D"), "avx512": ("#00441b", "-", "o"),
           "ICU": ("#e6550d", "-", "s"), "iconv": ("#a50f15", "-.", "^"),
           "memcpy": ("#7f7f7f", "--", "")}
 
@@ -35,9 +35,9 @@ def main():
     directory, out = sys.argv[1], sys.argv[2]
     figures, levels = load(directory)
     machine = open(os.path.join(directory, "machine.txt")).read().split("\n")
-    lines = [f"ours@{level}" for level in levels] + ["ICU", "iconv", "memcpy"]
+    lines = levels + ["ICU", "iconv", "memcpy"]
 
-    fig, axes = plt.subplots(2, 2, figsize=(10, 7.5), sharex=True)
+    fig, axes = plt.subplots(2, 3, figsize=(14, 7.5), sharex=True)
     for ax, (function, text, title) in zip(axes.flat, PANELS):
         for impl in lines:
             points = [(size, figures[(function, impl, text, size)][0] / 1e9) for size in SIZES
@@ -45,7 +45,7 @@ def main():
             if not points:
                 continue
             color, dash, marker = STYLES[impl]
-            label = impl.replace("ours@", "ours, ") + (" (floor)" if impl == "memcpy" else "")
+            label = ("ours, " if impl in levels else "") + impl + (" (floor)" if impl == "memcpy" else "")
             ax.plot(*zip(*points), dash, color=color, marker=marker, markersize=4, linewidth=1.8,
                     label=label)
         ax.set_title(title, fontsize=11)

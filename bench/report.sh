@@ -1,22 +1,20 @@
 #!/usr/bin/env bash
 # Regenerates every figure of docs/performance.md with one command: builds the
-# bench preset and runs the suite once per SIMD level that this CPU has, each
-# level its own process chosen by COMMONHELPERS_SIMD. The widest level, the
-# one the library picks by itself, runs everything: the library, ICU, iconv,
-# Abseil, memcpy, cmp and the file benchmarks, interleaved at random, so that
-# every ratio of a target comes from one run of one binary. The other levels
-# run only the library's in-memory benchmarks. Then it prints the table of
-# targets and the scaling check (bench/report.py) and redraws the chart
-# (bench/chart.py, docs/conversion-throughput.svg) from the JSON.
+# bench preset and runs the whole suite once, in one process, every
+# implementation interleaved at random: the library as a caller gets it
+# (the widest SIMD level this CPU runs), each level through its own table,
+# ICU, iconv, Abseil, memcpy, cmp and the file benchmarks. So every ratio,
+# between levels as well, comes from one run of one binary. split and
+# StringReplace run once more against Abseil in a plain -O2 build, as
+# distributions build the library. Then it prints the tables
+# (bench/report.py) and redraws the chart (bench/chart.py,
+# docs/conversion-throughput.svg) from the JSON.
 #
 # Usage: bench/report.sh [extra benchmark flags...]
 #   RESULTS   directory for the JSON and the tables (default build/bench/results)
-#   LEVELS    the levels to run (default: scalar sse2 avx2 avx512, less those
-#             the CPU lacks)
 #   REPETITIONS (default 5) and MIN_TIME (seconds, default 0.1) per benchmark;
-#   medians are reported. About five minutes on two cores.
-#   Extra flags go to every run (a --benchmark_filter of their own replaces
-#   the split between the runs).
+#   medians are reported. About ten minutes on two cores.
+#   Extra flags go to both runs.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -24,16 +22,12 @@ results=${RESULTS:-build/bench/results}
 python=/usr/bin/python3  # Debian's, which sees python3-matplotlib
 
 cmake --preset bench >/dev/null
-cmake --build --preset bench >/dev/null
+cmake --build --preset bench -j2 >/dev/null
 binary=build/bench/bench/commonhelpers_bench
-
-if [ -z "${LEVELS:-}" ]; then
-  LEVELS=scalar
-  flags=$(grep -m1 '^flags' /proc/cpuinfo || true)
-  for level in sse2:sse2 avx2:avx2 avx512:avx512bw; do
-    grep -qw "${level#*:}" <<<"$flags" && LEVELS+=" ${level%%:*}"
-  done
-fi
+cmake -S . -B build/bench-o2 -G Ninja -DCMAKE_BUILD_TYPE=None -DCMAKE_CXX_FLAGS=-O2 \
+  -DCOMMONHELPERS_WERROR=ON -DCOMMONHELPERS_BUILD_BENCH=ON -DCOMMONHELPERS_BUILD_TESTS=OFF \
+  -DCOMMONHELPERS_BUILD_TOOLS=OFF >/dev/null
+cmake --build build/bench-o2 -j2 >/dev/null
 
 mkdir -p "$results"
 rm -f "$results"/*.json
@@ -43,22 +37,21 @@ rm -f "$results"/*.json
   echo "load before the run: $(cut -d' ' -f1-3 /proc/loadavg); $(date -u '+%Y-%m-%d %H:%M UTC')"
 } >"$results/machine.txt"
 
-# The library on in-memory inputs, for the levels other than the widest.
-ours='^[^/]+/ours/(english|chinese|mixed|commas|br)/'
-widest=${LEVELS##* }
 start=$SECONDS
-for level in $LEVELS; do
-  filter=$ours
-  [ "$level" = "$widest" ] && filter=.
-  if ! COMMONHELPERS_SIMD=$level "$binary" --benchmark_filter="$filter" \
-    --benchmark_repetitions="${REPETITIONS:-5}" --benchmark_min_time="${MIN_TIME:-0.1}" \
-    --benchmark_enable_random_interleaving=true --benchmark_report_aggregates_only=true \
-    --benchmark_out="$results/ours-$level.json" --benchmark_out_format=json "$@" \
-    >"$results/ours-$level.log" 2>&1; then
-    cat "$results/ours-$level.log" >&2
+run() {  # run BINARY NAME FILTER [flags...]
+  local bin=$1 name=$2 filter=$3
+  shift 3
+  if ! "$bin" --benchmark_filter="$filter" --benchmark_repetitions="${REPETITIONS:-5}" \
+    --benchmark_min_time="${MIN_TIME:-0.1}" --benchmark_enable_random_interleaving=true \
+    --benchmark_report_aggregates_only=true --benchmark_out="$results/$name.json" \
+    --benchmark_out_format=json "$@" >"$results/$name.log" 2>&1; then
+    cat "$results/$name.log" >&2
     exit 1
   fi
-done
+}
+run "$binary" run . "$@"
+run build/bench-o2/bench/commonhelpers_bench o2 '^(split|StringReplace)/' "$@"
+echo "load after the run: $(cut -d' ' -f1-3 /proc/loadavg)" >>"$results/machine.txt"
 
 "$python" bench/report.py "$results" | tee "$results/report.md"
 "$python" bench/chart.py "$results" docs/conversion-throughput.svg
