@@ -12,6 +12,8 @@
 #include "kernels/x86.h"
 
 #define CH_TARGET __attribute__((target("avx2,bmi,popcnt")))
+// Helpers, inlined into the kernels that call them.
+#define CH_HELPER CH_TARGET __attribute__((always_inline)) inline
 
 namespace commonhelpers_internal {
 
@@ -124,13 +126,13 @@ bool Avx2Supported() {
          __builtin_cpu_supports("popcnt");
 }
 
-CH_TARGET __m256i Byte(int b) { return _mm256_set1_epi8(static_cast<char>(b)); }
+CH_HELPER __m256i Byte(int b) { return _mm256_set1_epi8(static_cast<char>(b)); }
 
-CH_TARGET uint64_t Bits(__m256i m, int k) {
+CH_HELPER uint64_t Bits(__m256i m, int k) {
   return uint64_t{static_cast<uint32_t>(_mm256_movemask_epi8(m))} << (32 * k);
 }
 
-CH_TARGET void Load(const void* block, __m256i (&v)[2]) {
+CH_HELPER void Load(const void* block, __m256i (&v)[2]) {
   v[0] = _mm256_loadu_si256(static_cast<const __m256i*>(block));
   v[1] = _mm256_loadu_si256(static_cast<const __m256i*>(block) + 1);
 }
@@ -138,20 +140,12 @@ CH_TARGET void Load(const void* block, __m256i (&v)[2]) {
 // The bytes `shift` (1 or 2) places before each byte of v[k], from `prev`
 // (the block before) for the first ones.
 template <int shift>
-CH_TARGET __m256i Before(const __m256i (&v)[2], __m256i before, int k) {
+CH_HELPER __m256i Before(const __m256i (&v)[2], __m256i before, int k) {
   const __m256i prev = k == 0 ? before : v[0];
   return _mm256_alignr_epi8(v[k], _mm256_permute2x128_si256(prev, v[k], 0x21), 16 - shift);
 }
 
-// The bytes `shift` places after each byte of v[k], from `after` (the bytes
-// after the block) for the last ones.
-template <int shift>
-CH_TARGET __m256i After(const __m256i (&v)[2], __m256i after, int k) {
-  const __m256i next = k == 0 ? v[1] : after;
-  return _mm256_alignr_epi8(_mm256_permute2x128_si256(v[k], next, 0x21), v[k], shift);
-}
-
-CH_TARGET Utf8Bytes ClassifyUtf8(const __m256i (&v)[2], const Utf8Bytes& left) {
+CH_HELPER Utf8Bytes ClassifyUtf8(const __m256i (&v)[2], const Utf8Bytes& left) {
   Utf8Bytes b = left;
   for (int k = 0; k < 2; ++k) {
     const __m256i x = v[k];
@@ -173,7 +167,7 @@ CH_TARGET Utf8Bytes ClassifyUtf8(const __m256i (&v)[2], const Utf8Bytes& left) {
 // The unit of the character that ends at each byte of v[k], from that byte
 // and the two before it (garbage where no character ends), as 16-bit units
 // in the order of unpacklo and unpackhi: bytes 0-7 and 16-23, 8-15 and 24-31.
-CH_TARGET void DecodeUtf8(const __m256i (&v)[2], __m256i prev, int k, __m256i& first,
+CH_HELPER void DecodeUtf8(const __m256i (&v)[2], __m256i prev, int k, __m256i& first,
                           __m256i& second) {
   const __m256i x = v[k];
   const __m256i p1 = Before<1>(v, prev, k);
@@ -192,7 +186,7 @@ CH_TARGET void DecodeUtf8(const __m256i (&v)[2], __m256i prev, int k, __m256i& f
 
 // Copies `size` bytes of a local buffer, at most 128, in pieces of up to 32
 // bytes, the last one overlapping the one before it.
-CH_TARGET void CopyOut(void* to, const void* from, size_t size) {
+CH_HELPER void CopyOut(void* to, const void* from, size_t size) {
   uint8_t* d = static_cast<uint8_t*>(to);
   const uint8_t* s = static_cast<const uint8_t*>(from);
   if (size >= 32) {
@@ -213,7 +207,7 @@ CH_TARGET void CopyOut(void* to, const void* from, size_t size) {
 }
 
 // Two rows of a shuffle table, one per 128-bit lane.
-CH_TARGET __m256i Rows(const uint8_t* lane0, const uint8_t* lane1) {
+CH_HELPER __m256i Rows(const uint8_t* lane0, const uint8_t* lane1) {
   return _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(lane1),
                              reinterpret_cast<const __m128i*>(lane0));
 }
@@ -222,7 +216,7 @@ CH_TARGET __m256i Rows(const uint8_t* lane0, const uint8_t* lane1) {
 // 32-byte register in the order of DecodeUtf8) by its bits of `ends`, and
 // stores the groups in order into `out` at their starts `at`: each store
 // writes a whole lane, past the units it keeps, which the next one covers.
-CH_TARGET void PackUnits(__m256i first, __m256i second, uint32_t ends, uint16_t* out,
+CH_HELPER void PackUnits(__m256i first, __m256i second, uint32_t ends, uint16_t* out,
                          const size_t* at) {
   const __m256i even = _mm256_shuffle_epi8(
       first, Rows(kPackUnits.rows[ends & 0xFF], kPackUnits.rows[(ends >> 16) & 0xFF]));
@@ -285,12 +279,12 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
 
 // Bit p of the result for unit p of v[0] and v[1]: packs keeps each 128-bit
 // lane apart, so the quarters are put back in order.
-CH_TARGET uint64_t UnitBits(__m256i first, __m256i second) {
+CH_HELPER uint64_t UnitBits(__m256i first, __m256i second) {
   const __m256i packed = _mm256_permute4x64_epi64(_mm256_packs_epi16(first, second), 0xD8);
   return static_cast<uint32_t>(_mm256_movemask_epi8(packed));
 }
 
-CH_TARGET Utf16Units ClassifyUtf16(const __m256i (&v)[2], size_t len) {
+CH_HELPER Utf16Units ClassifyUtf16(const __m256i (&v)[2], size_t len) {
   __m256i twoOrMore[2], three[2], surrogate[2];
   for (int k = 0; k < 2; ++k) {
     const __m256i top = _mm256_and_si256(v[k], _mm256_set1_epi16(static_cast<short>(0xF800)));
@@ -308,7 +302,7 @@ CH_TARGET Utf16Units ClassifyUtf16(const __m256i (&v)[2], size_t len) {
 
 // Each unit's UTF-8 form in a 32-bit lane, first byte lowest, unused bytes
 // 0: lanes of units 0-3 and 8-11 in `first`, 4-7 and 12-15 in `second`.
-CH_TARGET void EncodeUtf16(__m256i u, __m256i& first, __m256i& second) {
+CH_HELPER void EncodeUtf16(__m256i u, __m256i& first, __m256i& second) {
   const __m256i zero = _mm256_setzero_si256();
   const __m256i one =
       _mm256_cmpeq_epi16(_mm256_and_si256(u, _mm256_set1_epi16(static_cast<short>(0xFF80))), zero);
@@ -332,7 +326,7 @@ CH_TARGET void EncodeUtf16(__m256i u, __m256i& first, __m256i& second) {
 // Packs the forms of each 4-unit lane of `first` and `second` (in the order
 // of EncodeUtf16) by its row `index`, and stores the groups in order into
 // `out` at their starts `at`, each store covered by the next.
-CH_TARGET void PackForms(__m256i first, __m256i second, const uint8_t* index, uint8_t* out,
+CH_HELPER void PackForms(__m256i first, __m256i second, const uint8_t* index, uint8_t* out,
                          const size_t* at) {
   const __m256i even =
       _mm256_shuffle_epi8(first, Rows(kPackForms.rows[index[0]], kPackForms.rows[index[2]]));
@@ -389,54 +383,57 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
   ro = o;
 }
 
-// The leads of v[k] whose unit changes, and the byte each becomes.
-CH_TARGET __m256i Changes(const __m256i (&v)[2], __m256i after, int k, __m256i& halves) {
-  const __m256i x = v[k];
-  const __m256i second = _mm256_and_si256(After<1>(v, after, k), Byte(0x3F));
-  const __m256i third = _mm256_and_si256(After<2>(v, after, k), Byte(0x3F));
+// Which leads of `x` change, from the low six bits `s` and `t` of the two
+// bytes after each: bit 0 of `s` picks the half of both bitmap tables.
+CH_HELPER __m256i Changes(__m256i x, __m256i s, __m256i t) {
   const __m256i bit =
       _mm256_shuffle_epi8(_mm256_setr_epi64x(0x8040201008040201, 0, 0x8040201008040201, 0),
-                          _mm256_and_si256(third, Byte(7)));
-  const __m256i row = _mm256_and_si256(_mm256_srli_epi16(third, 3), Byte(7));
+                          _mm256_and_si256(t, Byte(7)));
+  const __m256i row = _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(t, 3), Byte(7)),
+                                      _mm256_slli_epi16(_mm256_and_si256(s, Byte(1)), 3));
+  const __m256i zero = _mm256_setzero_si256();
   const __m256i fullWidth =
       _mm256_and_si256(_mm256_cmpeq_epi8(x, Byte(0xEF)),
-                       _mm256_cmpeq_epi8(_mm256_and_si256(second, Byte(0x3E)), Byte(0x3C)));
-  const __m256i upper = _mm256_slli_epi16(_mm256_and_si256(second, Byte(1)), 3);  // 3D: bit 3
-  const __m256i circled = _mm256_cmpeq_epi8(second, Byte(0x11));
-  const __m256i punctuation =
-      _mm256_and_si256(_mm256_cmpeq_epi8(x, Byte(0xE2)),
-                       _mm256_or_si256(circled, _mm256_cmpeq_epi8(second, _mm256_setzero_si256())));
-  const __m256i table1 = _mm256_broadcastsi128_si256(
-      _mm_loadu_si128(reinterpret_cast<const __m128i*>(kFullWidthBits.bytes)));
-  const __m256i table2 = _mm256_broadcastsi128_si256(
-      _mm_loadu_si128(reinterpret_cast<const __m128i*>(kPunctuationBits.bytes)));
-  const __m256i fullWidthBit =
-      _mm256_and_si256(_mm256_shuffle_epi8(table1, _mm256_or_si256(row, upper)), bit);
-  const __m256i punctuationBit = _mm256_and_si256(
-      _mm256_shuffle_epi8(table2, _mm256_or_si256(row, _mm256_and_si256(circled, Byte(8)))), bit);
-  const __m256i zero = _mm256_setzero_si256();
+                       _mm256_cmpeq_epi8(_mm256_and_si256(s, Byte(0x3E)), Byte(0x3C)));
+  const __m256i punctuation = _mm256_and_si256(
+      _mm256_cmpeq_epi8(x, Byte(0xE2)),
+      _mm256_or_si256(_mm256_cmpeq_epi8(s, Byte(0x11)), _mm256_cmpeq_epi8(s, zero)));
   const __m256i space = _mm256_and_si256(_mm256_cmpeq_epi8(x, Byte(0xE3)),
-                                         _mm256_cmpeq_epi8(_mm256_or_si256(second, third), zero));
-  const __m256i changedFullWidth =
-      _mm256_andnot_si256(_mm256_cmpeq_epi8(fullWidthBit, zero), fullWidth);
-  const __m256i changedPunctuation =
-      _mm256_andnot_si256(_mm256_cmpeq_epi8(punctuationBit, zero), punctuation);
-  // k + 0x20 (k + 0x60 for EF 3D) for the full-width forms and the space,
-  // '-' for E2 00, k + 0x11 for E2 11.
+                                         _mm256_cmpeq_epi8(_mm256_or_si256(s, t), zero));
+  const __m256i fullWidthBit = _mm256_and_si256(
+      _mm256_shuffle_epi8(_mm256_broadcastsi128_si256(_mm_loadu_si128(
+                              reinterpret_cast<const __m128i*>(kFullWidthBits.bytes))),
+                          row),
+      bit);
+  const __m256i punctuationBit = _mm256_and_si256(
+      _mm256_shuffle_epi8(_mm256_broadcastsi128_si256(_mm_loadu_si128(
+                              reinterpret_cast<const __m128i*>(kPunctuationBits.bytes))),
+                          row),
+      bit);
+  return _mm256_or_si256(
+      _mm256_or_si256(_mm256_andnot_si256(_mm256_cmpeq_epi8(fullWidthBit, zero), fullWidth),
+                      _mm256_andnot_si256(_mm256_cmpeq_epi8(punctuationBit, zero), punctuation)),
+      space);
+}
+
+// The byte each changing lead of `x` becomes: k + 0x20 (k + 0x60 for EF
+// 3D) for the full-width forms and the space, '-' for E2 00, k + 0x11 for
+// E2 11, k being `t`.
+CH_HELPER __m256i Halves(__m256i x, __m256i s, __m256i t) {
   const __m256i wide = _mm256_add_epi8(
-      third, _mm256_add_epi8(Byte(0x20), _mm256_slli_epi16(_mm256_and_si256(second, Byte(1)), 6)));
-  const __m256i punctuationHalf =
-      _mm256_blendv_epi8(Byte('-'), _mm256_add_epi8(third, Byte(0x11)), circled);
-  halves = _mm256_blendv_epi8(wide, punctuationHalf, changedPunctuation);
-  return _mm256_or_si256(_mm256_or_si256(changedFullWidth, changedPunctuation), space);
+      t, _mm256_add_epi8(Byte(0x20), _mm256_slli_epi16(_mm256_and_si256(s, Byte(1)), 6)));
+  const __m256i narrow = _mm256_blendv_epi8(Byte('-'), _mm256_add_epi8(t, Byte(0x11)),
+                                            _mm256_cmpeq_epi8(s, Byte(0x11)));
+  return _mm256_blendv_epi8(wide, narrow, _mm256_cmpeq_epi8(x, Byte(0xE2)));
 }
 
 CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* out, size_t& ro) {
   size_t i = ri;
   size_t o = ro;
-  uint8_t pad[kBytes];
+  uint8_t pad[kBytes + 2];
   HalfWidthBytes b = {};
   while (i < n) {
+    // The block and the two bytes after it, zero past the text's end.
     const uint8_t* block = BlockAt(in, n, i, pad);
     __m256i v[2];
     Load(block, v);
@@ -452,51 +449,50 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
     }
     b.atEnd = n - i == b.len;
     b.ahead = n - i - b.len >= 2;
-    // A lead in the last two bytes takes the bytes after the block, known
-    // only when `ahead`.
-    __m256i after = _mm256_setzero_si256();
-    if (b.ahead) {
-      after = _mm256_castsi128_si256(_mm_cvtsi32_si128(block[kBytes] | (block[kBytes + 1] << 8)));
-      b.leadsAhead = IsThreeByteLead(block[kBytes]) | (IsThreeByteLead(block[kBytes + 1]) << 1);
-    }
+    b.leadsAhead = IsThreeByteLead(block[kBytes]) | (IsThreeByteLead(block[kBytes + 1]) << 1);
+    __m256i s[2], t[2];
+    Load(block + 1, s);
+    Load(block + 2, t);
     b.changes = 0;
-    __m256i data[2];
     for (int k = 0; k < 2; ++k) {
-      __m256i halves;
-      const __m256i changes = Changes(v, after, k, halves);
-      b.changes |= Bits(changes, k);
-      data[k] = _mm256_blendv_epi8(v[k], halves, changes);
+      s[k] = _mm256_and_si256(s[k], Byte(0x3F));
+      t[k] = _mm256_and_si256(t[k], Byte(0x3F));
+      b.changes |= Bits(Changes(v[k], s[k], t[k]), k);
     }
-    const HalfWidthPlan plan = PlanHalfWidth(b);
-    if (plan.changes == 0 && plan.keep == ~0ull) {  // 64 bytes, none changed
+    if (Unchanged(b)) {
       _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + o), v[0]);
       _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + o + 32), v[1]);
+      i += kBytes;
       o += kBytes;
-    } else {
-      uint8_t bytes[kBytes + 8];
-      size_t at = 0;
-      for (int k = 0; k < 2; ++k) {
-        for (int half = 0; half < 2; ++half) {
-          const uint64_t keep = plan.keep >> (32 * k + 16 * half);
-          const __m128i lane =
-              half == 0 ? _mm256_castsi256_si128(data[k]) : _mm256_extracti128_si256(data[k], 1);
-          const __m128i rows = _mm_add_epi8(
-              _mm_unpacklo_epi64(
-                  _mm_loadl_epi64(reinterpret_cast<const __m128i*>(kPackBytes.rows[keep & 0xFF])),
-                  _mm_loadl_epi64(
-                      reinterpret_cast<const __m128i*>(kPackBytes.rows[(keep >> 8) & 0xFF]))),
-              _mm_set_epi64x(0x0808080808080808, 0));
-          const __m128i packed = _mm_shuffle_epi8(lane, rows);
-          _mm_storel_epi64(reinterpret_cast<__m128i*>(bytes + at), packed);
-          at += CountOnes(keep & 0xFF);
-          _mm_storel_epi64(reinterpret_cast<__m128i*>(bytes + at),
-                           _mm_unpackhi_epi64(packed, packed));
-          at += CountOnes(keep & 0xFF00);
-        }
-      }
-      CopyOut(out + o, bytes, at);
-      o += at;
+      b.skip = 0;
+      continue;
     }
+    const HalfWidthPlan plan = PlanHalfWidth(b);
+    uint8_t bytes[kBytes + 8];
+    size_t at = 0;
+    for (int k = 0; k < 2; ++k) {
+      const __m256i data =
+          _mm256_blendv_epi8(v[k], Halves(v[k], s[k], t[k]), Changes(v[k], s[k], t[k]));
+      for (int half = 0; half < 2; ++half) {
+        const uint64_t keep = plan.keep >> (32 * k + 16 * half);
+        const __m128i lane =
+            half == 0 ? _mm256_castsi256_si128(data) : _mm256_extracti128_si256(data, 1);
+        const __m128i rows = _mm_add_epi8(
+            _mm_unpacklo_epi64(
+                _mm_loadl_epi64(reinterpret_cast<const __m128i*>(kPackBytes.rows[keep & 0xFF])),
+                _mm_loadl_epi64(
+                    reinterpret_cast<const __m128i*>(kPackBytes.rows[(keep >> 8) & 0xFF]))),
+            _mm_set_epi64x(0x0808080808080808, 0));
+        const __m128i packed = _mm_shuffle_epi8(lane, rows);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(bytes + at), packed);
+        at += CountOnes(keep & 0xFF);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(bytes + at),
+                         _mm_unpackhi_epi64(packed, packed));
+        at += CountOnes(keep & 0xFF00);
+      }
+    }
+    CopyOut(out + o, bytes, at);
+    o += at;
     if (plan.consumed != b.len) {
       i += plan.consumed;
       if (plan.stop) break;

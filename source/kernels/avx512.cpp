@@ -12,12 +12,13 @@
 
 #define CH_TARGET \
   __attribute__((target("avx512f,avx512bw,avx512vbmi,avx512vbmi2,avx2,bmi,bmi2,popcnt")))
+// Helpers, inlined into the kernels that call them.
+#define CH_HELPER CH_TARGET __attribute__((always_inline)) inline
 
 // Some intrinsics are called in their zero-masked form with a full mask: the
 // plain forms trip GCC 12's uninitialized warning inside its own header.
 
 namespace commonhelpers_internal {
-
 namespace {
 
 constexpr size_t kBytes = 64;
@@ -62,8 +63,6 @@ constexpr HalfTable Halves(uint32_t first, uint32_t second) {
 
 constexpr Indexes kBefore1 = Shifted(-1);
 constexpr Indexes kBefore2 = Shifted(-2);
-constexpr Indexes kAfter1 = Shifted(1);
-constexpr Indexes kAfter2 = Shifted(2);
 constexpr Indexes kUnitsLow = Interleaved(0);
 constexpr Indexes kUnitsHigh = Interleaved(1);
 constexpr HalfTable kFullWidth = Halves(0xFF00, 0xFF40);
@@ -77,9 +76,9 @@ bool Avx512Supported() {
          __builtin_cpu_supports("popcnt");
 }
 
-CH_TARGET __m512i Byte(int b) { return _mm512_set1_epi8(static_cast<char>(b)); }
+CH_HELPER __m512i Byte(int b) { return _mm512_set1_epi8(static_cast<char>(b)); }
 
-CH_TARGET __m512i Load(const Indexes& t) { return _mm512_load_si512(t.bytes); }
+CH_HELPER __m512i Load(const Indexes& t) { return _mm512_load_si512(t.bytes); }
 
 CH_TARGET void Avx512Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* dst, size_t cap,
                               size_t& ro) {
@@ -151,7 +150,7 @@ CH_TARGET void Avx512Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t
 
 // The UTF-8 forms of 16 units in 32-bit lanes, first byte lowest, unused
 // bytes zero (all four for a zero unit, so none past the block's end).
-CH_TARGET __m512i Forms(__m256i units, uint32_t twoOrMore, uint32_t three) {
+CH_HELPER __m512i Forms(__m256i units, uint32_t twoOrMore, uint32_t three) {
   const __m512i u = _mm512_maskz_cvtepu16_epi32(0xFFFF, units);
   const __m512i twoBytes = _mm512_or_si512(
       _mm512_or_si512(_mm512_maskz_srli_epi32(0xFFFF, u, 6), _mm512_set1_epi32(0x80C0)),
@@ -211,34 +210,27 @@ CH_TARGET void Avx512Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t
   ro = o;
 }
 
-// The byte each lead of `x` becomes, and in `changes` the leads that change.
-CH_TARGET __m512i Halves(__m512i x, __m512i after, uint64_t& changes) {
-  const __m512i second =
-      _mm512_and_si512(_mm512_permutex2var_epi8(x, Load(kAfter1), after), Byte(0x3F));
-  const __m512i third =
-      _mm512_and_si512(_mm512_permutex2var_epi8(x, Load(kAfter2), after), Byte(0x3F));
-  const uint64_t circled = _mm512_cmpeq_epi8_mask(second, Byte(0x11));
-  const uint64_t zero = _mm512_testn_epi8_mask(second, second);
-  const uint64_t fullWidth =
-      _mm512_cmpeq_epi8_mask(x, Byte(0xEF)) &
-      _mm512_cmpeq_epi8_mask(_mm512_and_si512(second, Byte(0x3E)), Byte(0x3C));
-  const uint64_t punctuation = _mm512_cmpeq_epi8_mask(x, Byte(0xE2)) & (circled | zero);
+// The byte each lead of `x` becomes (zero where it stays), from the low six
+// bits of the bytes after each (`second`, `third`). Bit 0 of the second byte
+// tells EF 3C from EF 3D and E2 00 from E2 11, so one index serves both tables.
+CH_HELPER __m512i Halves(__m512i x, __m512i second, __m512i third) {
+  const __m512i s = _mm512_and_si512(second, Byte(0x3F));
+  const __m512i t = _mm512_and_si512(third, Byte(0x3F));
+  const __m512i index = _mm512_ternarylogic_epi32(t, _mm512_maskz_slli_epi16(~0u, s, 6), Byte(0x40),
+                                                  0xF8);  // t | (s << 6 & 0x40)
+  const uint64_t zero = _mm512_testn_epi8_mask(s, s);
+  const uint64_t fullWidth = _mm512_cmpeq_epi8_mask(x, Byte(0xEF)) &
+                             _mm512_cmpeq_epi8_mask(_mm512_and_si512(s, Byte(0x3E)), Byte(0x3C));
+  const uint64_t punctuation =
+      _mm512_cmpeq_epi8_mask(x, Byte(0xE2)) & (zero | _mm512_cmpeq_epi8_mask(s, Byte(0x11)));
   const uint64_t space =
-      _mm512_cmpeq_epi8_mask(x, Byte(0xE3)) & zero & _mm512_testn_epi8_mask(third, third);
-  // Bit 6 of the index picks the second half of a table.
-  const __m512i wide = _mm512_permutex2var_epi8(
-      _mm512_load_si512(kFullWidth.first),
-      _mm512_or_si512(third, _mm512_maskz_slli_epi16(~0u, _mm512_and_si512(second, Byte(1)), 6)),
-      _mm512_load_si512(kFullWidth.second));
+      _mm512_cmpeq_epi8_mask(x, Byte(0xE3)) & zero & _mm512_testn_epi8_mask(t, t);
+  const __m512i wide = _mm512_maskz_permutex2var_epi8(
+      fullWidth, _mm512_load_si512(kFullWidth.first), index, _mm512_load_si512(kFullWidth.second));
   const __m512i narrow =
-      _mm512_permutex2var_epi8(_mm512_load_si512(kPunctuation.first),
-                               _mm512_or_si512(third, _mm512_maskz_mov_epi8(circled, Byte(0x40))),
-                               _mm512_load_si512(kPunctuation.second));
-  const __m512i halves = _mm512_mask_blend_epi8(
-      space, _mm512_mask_blend_epi8(punctuation, _mm512_maskz_mov_epi8(fullWidth, wide), narrow),
-      Byte(' '));
-  changes = _mm512_test_epi8_mask(halves, halves);
-  return halves;
+      _mm512_maskz_permutex2var_epi8(punctuation, _mm512_load_si512(kPunctuation.first), index,
+                                     _mm512_load_si512(kPunctuation.second));
+  return _mm512_mask_blend_epi8(space, _mm512_or_si512(wide, narrow), Byte(' '));
 }
 
 CH_TARGET void Avx512HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* out, size_t& ro) {
@@ -255,16 +247,24 @@ CH_TARGET void Avx512HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t*
       o += kBytes;
       continue;
     }
+    // The bytes after each, the last two from the next block when known
+    // (`ahead`).
     b.atEnd = n - i == b.len;
     b.ahead = n - i - b.len >= 2;
-    // A lead in the last two bytes takes the bytes after the block, known
-    // only when `ahead`.
-    const __m512i after = _mm512_maskz_loadu_epi8(b.ahead ? 3 : 0, in + i + kBytes);
-    b.leadsAhead = _mm512_cmpeq_epi8_mask(_mm512_and_si512(after, Byte(0xF0)), Byte(0xE0));
-    b.changes = 0;
-    __m512i halves = x;
-    if ((b.leads & ~Below(b.skip)) != 0) {
-      halves = Halves(x, after, b.changes);
+    const __m512i second = _mm512_maskz_loadu_epi8(Below(n - i - 1), in + i + 1);
+    const __m512i third = _mm512_maskz_loadu_epi8(Below(n - i < 2 ? 0 : n - i - 2), in + i + 2);
+    b.leadsAhead =
+        ((_mm512_cmpeq_epi8_mask(_mm512_and_si512(second, Byte(0xF0)), Byte(0xE0)) >> 63) |
+         (_mm512_cmpeq_epi8_mask(_mm512_and_si512(third, Byte(0xF0)), Byte(0xE0)) >> 62)) &
+        3;
+    const __m512i halves = Halves(x, second, third);
+    b.changes = _mm512_test_epi8_mask(halves, halves);
+    if (Unchanged(b)) {
+      _mm512_storeu_si512(out + o, x);
+      i += kBytes;
+      o += kBytes;
+      b.skip = 0;
+      continue;
     }
     const HalfWidthPlan plan = PlanHalfWidth(b);
     if (plan.changes == 0 && plan.keep == ~0ull) {  // 64 bytes, none changed

@@ -176,8 +176,8 @@ struct HalfWidthBytes {
 // changed lead, and the skipped ones if dropped), `changes` the leads that
 // change, `consumed` counts them all; `stop` when the next unit is one the
 // run does not take (a lead that the end cuts short, or that has another lead
-// among its next two bytes). Unless `stop`, `skip` and `dropSkip` are what
-// the next block starts with.
+// among its next two bytes). When it takes the whole block, `skip` and
+// `dropSkip` are what the next block starts with.
 struct HalfWidthPlan {
   uint64_t keep;
   uint64_t changes;
@@ -187,22 +187,34 @@ struct HalfWidthPlan {
   bool dropSkip;
 };
 
+// The leads that have another lead among their next two bytes.
+inline uint64_t LeadsOverLeads(const HalfWidthBytes& b, uint64_t leads) {
+  const uint64_t leadAhead =
+      b.ahead ? ((b.leadsAhead & 1) << 62) | (uint64_t{b.leadsAhead != 0} << 63) : 0;
+  return leads & ((leads >> 1) | (leads >> 2) | leadAhead);
+}
+
+// Whether a whole block, with the bytes after it known, stays as it is: no
+// unit changes, none holds another lead, and none of the previous block's
+// bytes are to be dropped. The next block then starts afresh, as the bytes
+// of a unit open at the end need no more than to stay.
+inline bool Unchanged(const HalfWidthBytes& b) {
+  return b.len == 64 && b.ahead && !b.dropSkip && b.changes == 0 && LeadsOverLeads(b, b.leads) == 0;
+}
+
 inline HalfWidthPlan PlanHalfWidth(const HalfWidthBytes& b) {
   const uint64_t leads = b.leads & ~Below(b.skip);
   const uint64_t lastTwo = ~Below(b.len < 2 ? 0 : b.len - 2) & Below(b.len);
-  const uint64_t leadAhead =
-      b.ahead ? ((b.leadsAhead & 1) << 62) | (uint64_t{b.leadsAhead != 0} << 63) : 0;
-  const uint64_t odd =
-      (leads & ((leads >> 1) | (leads >> 2) | leadAhead)) | (b.atEnd ? leads & lastTwo : 0);
+  const uint64_t odd = LeadsOverLeads(b, leads) | (b.atEnd ? leads & lastTwo : 0);
   const uint64_t open = b.atEnd || b.ahead ? 0 : leads & lastTwo;
-  HalfWidthPlan plan = {0, 0, b.len, false, 0, false};
+  // What the next block starts with depends on this block's last two leads
+  // only; it is of use only when the block is taken whole.
+  const size_t skip = (b.leads >> 62) & 1 ? 1 : static_cast<size_t>(b.leads >> 63) * 2;
+  HalfWidthPlan plan = {0, 0, b.len, false, skip, (b.changes & b.leads & (3ull << 62)) != 0};
   if ((odd | open) != 0) {
     const uint64_t first = (odd | open) & (0 - (odd | open));
     plan.consumed = static_cast<size_t>(__builtin_ctzll(first));
     plan.stop = (odd & first) != 0;
-  } else if ((leads & lastTwo) != 0) {
-    plan.skip = (leads >> 62) & 1 ? 1 : 2;
-    plan.dropSkip = (b.changes & leads & lastTwo) != 0;
   }
   plan.changes = b.changes & leads & Below(plan.consumed);
   plan.keep = ~((plan.changes << 1) | (plan.changes << 2) | (b.dropSkip ? Below(b.skip) : 0)) &

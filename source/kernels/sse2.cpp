@@ -11,6 +11,8 @@
 #include "kernels/x86.h"
 
 #define CH_TARGET __attribute__((target("sse2")))
+// Helpers, inlined into the kernels that call them.
+#define CH_HELPER CH_TARGET __attribute__((always_inline)) inline
 
 namespace commonhelpers_internal {
 
@@ -21,20 +23,20 @@ constexpr size_t kUnits = 32;
 
 bool Sse2Supported() { return true; }  // the x86-64 baseline
 
-CH_TARGET __m128i Byte(int b) { return _mm_set1_epi8(static_cast<char>(b)); }
+CH_HELPER __m128i Byte(int b) { return _mm_set1_epi8(static_cast<char>(b)); }
 
 // Bit p of the result for byte p of `v[k]`.
-CH_TARGET uint64_t Bits(__m128i m, int k) {
+CH_HELPER uint64_t Bits(__m128i m, int k) {
   return uint64_t{static_cast<uint16_t>(_mm_movemask_epi8(m))} << (16 * k);
 }
 
-CH_TARGET void Load(const uint8_t* block, __m128i (&v)[4]) {
+CH_HELPER void Load(const uint8_t* block, __m128i (&v)[4]) {
   for (int k = 0; k < 4; ++k) {
     v[k] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(block) + k);
   }
 }
 
-CH_TARGET Utf8Bytes ClassifyUtf8(const __m128i (&v)[4], const Utf8Bytes& left) {
+CH_HELPER Utf8Bytes ClassifyUtf8(const __m128i (&v)[4], const Utf8Bytes& left) {
   Utf8Bytes b = left;
   for (int k = 0; k < 4; ++k) {
     const __m128i x = v[k];
@@ -55,7 +57,7 @@ CH_TARGET Utf8Bytes ClassifyUtf8(const __m128i (&v)[4], const Utf8Bytes& left) {
 
 // The unit of the character that ends at each byte, from that byte and the
 // two before it (garbage where no character ends).
-CH_TARGET void DecodeUtf8(const __m128i (&v)[4], __m128i prev, uint16_t* units) {
+CH_HELPER void DecodeUtf8(const __m128i (&v)[4], __m128i prev, uint16_t* units) {
   const __m128i zero = _mm_setzero_si128();
   for (int k = 0; k < 4; ++k) {
     const __m128i x = v[k];
@@ -122,7 +124,7 @@ CH_TARGET void Sse2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
   ro = o;
 }
 
-CH_TARGET Utf16Units ClassifyUtf16(const __m128i (&v)[4], size_t len) {
+CH_HELPER Utf16Units ClassifyUtf16(const __m128i (&v)[4], size_t len) {
   Utf16Units u = {0, 0, 0, len};
   const __m128i zero = _mm_setzero_si128();
   for (int k = 0; k < 4; ++k) {
@@ -147,7 +149,7 @@ CH_TARGET Utf16Units ClassifyUtf16(const __m128i (&v)[4], size_t len) {
 }
 
 // Each unit's UTF-8 form in a 32-bit lane, first byte lowest, unused bytes 0.
-CH_TARGET void EncodeUtf16(const __m128i (&v)[4], uint32_t* lanes) {
+CH_HELPER void EncodeUtf16(const __m128i (&v)[4], uint32_t* lanes) {
   const __m128i zero = _mm_setzero_si128();
   for (int k = 0; k < 4; ++k) {
     const __m128i u = v[k];
