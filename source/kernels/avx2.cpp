@@ -137,6 +137,26 @@ CH_HELPER void Load(const void* block, __m256i (&v)[2]) {
   v[1] = _mm256_loadu_si256(static_cast<const __m256i*>(block) + 1);
 }
 
+// The `count` bytes at `from` (fewer than 64), zero after them: the whole
+// dwords by masked loads, which touch no dword they leave out, the rest one
+// byte at a time.
+CH_HELPER void LoadPart(const uint8_t* from, size_t count, __m256i (&v)[2]) {
+  const int words = static_cast<int>(count / 4);
+  uint32_t last = 0;
+  for (size_t k = count % 4; k > 0; --k) {
+    last = (last << 8) | from[4 * static_cast<size_t>(words) + k - 1];
+  }
+  for (int k = 0; k < 2; ++k) {
+    const __m256i index = _mm256_setr_epi32(8 * k, 8 * k + 1, 8 * k + 2, 8 * k + 3, 8 * k + 4,
+                                            8 * k + 5, 8 * k + 6, 8 * k + 7);
+    const __m256i whole = _mm256_cmpgt_epi32(_mm256_set1_epi32(words), index);
+    v[k] =
+        _mm256_blendv_epi8(_mm256_maskload_epi32(reinterpret_cast<const int*>(from) + 8 * k, whole),
+                           _mm256_set1_epi32(static_cast<int>(last)),
+                           _mm256_cmpeq_epi32(index, _mm256_set1_epi32(words)));
+  }
+}
+
 // The bytes `shift` (1 or 2) places before each byte of v[k], from `prev`
 // (the block before) for the first ones.
 template <int shift>
@@ -232,13 +252,16 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
                             size_t& ro) {
   size_t i = ri;
   size_t o = ro;
-  uint8_t pad[kBytes];
   Utf8Bytes left = {};
   __m256i prev = _mm256_setzero_si256();
   while (i < n) {
     __m256i v[2];
-    Load(BlockAt(src, n, i, pad), v);
     left.len = n - i < kBytes ? n - i : kBytes;
+    if (left.len == kBytes) {
+      Load(src + i, v);
+    } else {
+      LoadPart(src + i, left.len, v);
+    }
     if (left.claimed == 0 && left.len == kBytes && cap - o >= kBytes &&
         _mm256_movemask_epi8(_mm256_or_si256(v[0], v[1])) == 0) {  // 64 ASCII bytes
       for (int k = 0; k < 2; ++k) {
@@ -342,11 +365,14 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
                             size_t& ro) {
   size_t i = ri;
   size_t o = ro;
-  uint16_t pad[kUnits];
   while (i < n) {
     __m256i v[2];
-    Load(BlockAt(src, n, i, pad), v);
     const size_t len = n - i < kUnits ? n - i : kUnits;
+    if (len == kUnits) {
+      Load(src + i, v);
+    } else {
+      LoadPart(reinterpret_cast<const uint8_t*>(src + i), 2 * len, v);
+    }
     if (len == kUnits && cap - o >= kUnits &&
         _mm256_testz_si256(_mm256_or_si256(v[0], v[1]),
                            _mm256_set1_epi16(static_cast<short>(0xFF80)))) {  // 32 ASCII units
