@@ -45,7 +45,7 @@ const std::pair<std::string, char16_t> kCharacters[] = {{"a", u'a'},
                                                         {"\xEE\x80\x80", 0xE000},
                                                         {"\xEF\xBF\xBF", 0xFFFF},
                                                         {"\xE4\xBD\xA0", 0x4F60}};
-const std::string kNotUtf8[] = {"\xF0\x9F\x98\x80",
+const std::string kNotUtf8[] = {"\xF0\xA0\x80\x80",
                                 "\x80",
                                 "\xC0\x80",
                                 "\xC1\xBF",

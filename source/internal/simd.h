@@ -71,8 +71,9 @@ static_assert(kDistinctFrom<CpuCheck, Utf8To16Run, Utf16To8Run, HalfWidthRun, Le
               "every slot of Kernels needs a type of its own");
 
 // Every level this build has, narrowest (scalar) first, whether or not the
-// CPU runs it; `*pcount` receives their number. Defined by the one levels
-// file that the build compiles.
+// CPU runs it; `*pcount` receives their number, at most kMaxLevels. Defined
+// by the one levels file that the build compiles.
+constexpr size_t kMaxLevels = 4;
 const Kernels* const* BuiltLevels(size_t* pcount);
 
 // The table of the chosen level: ChooseKernels() of COMMONHELPERS_SIMD, read

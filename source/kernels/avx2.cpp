@@ -4,6 +4,7 @@
 // buffer, and copied out at its exact length.
 #include <immintrin.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -226,6 +227,34 @@ CH_HELPER void CopyOut(void* to, const void* from, size_t size) {
   }
 }
 
+// Where a block's output is packed, one of two local buffers: it is copied
+// out while the next block is worked on, when the stores that filled it are
+// done (a copy right after them would wait for them).
+template <typename Unit, size_t size>
+class Outbox {
+ public:
+  explicit Outbox(Unit* to) : to_(to) {}
+  Unit* Buffer() { return buffers_[current_]; }
+  // Copies out the block before, and keeps this block's first `count` units
+  // for `to`.
+  CH_HELPER void Post(Unit* to, size_t count) {
+    Flush();
+    to_ = to;
+    count_ = count;
+    current_ ^= 1;
+  }
+  CH_HELPER void Flush() {
+    CopyOut(to_, buffers_[current_ ^ 1], count_ * sizeof(Unit));
+    count_ = 0;
+  }
+
+ private:
+  Unit buffers_[2][size];
+  int current_ = 0;
+  Unit* to_;
+  size_t count_ = 0;
+};
+
 // Two rows of a shuffle table, one per 128-bit lane.
 CH_HELPER __m256i Rows(const uint8_t* lane0, const uint8_t* lane1) {
   return _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(lane1),
@@ -254,9 +283,10 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
   size_t o = ro;
   Utf8Bytes left = {};
   __m256i prev = _mm256_setzero_si256();
+  Outbox<uint16_t, kBytes> outbox(dst + o);
   while (i < n) {
     __m256i v[2];
-    left.len = n - i < kBytes ? n - i : kBytes;
+    left.len = std::min(n - i, kBytes);
     if (left.len == kBytes) {
       Load(src + i, v);
     } else {
@@ -278,7 +308,7 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
     left.atEnd = n - i == left.len;
     const Utf8Bytes b = ClassifyUtf8(v, left);
     const Utf8Plan plan = PlanUtf8(b, cap - o);
-    uint16_t units[kBytes];
+    uint16_t* units = outbox.Buffer();
     size_t at[8];
     for (size_t g = 0; g < 8; ++g) at[g] = CountOnes(plan.ends & Below(8 * g));
     for (int k = 0; k < 2; ++k) {
@@ -286,7 +316,7 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
       DecodeUtf8(v, prev, k, first, second);
       PackUnits(first, second, static_cast<uint32_t>(plan.ends >> (32 * k)), units, at + 4 * k);
     }
-    CopyOut(dst + o, units, plan.count * sizeof(uint16_t));
+    outbox.Post(dst + o, plan.count);
     o += plan.count;
     if (plan.stop) {
       i = i - b.open + plan.resume;
@@ -296,6 +326,7 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
     left = plan.next;
     prev = v[1];
   }
+  outbox.Flush();
   ri = i;
   ro = o;
 }
@@ -308,19 +339,18 @@ CH_HELPER uint64_t UnitBits(__m256i first, __m256i second) {
 }
 
 CH_HELPER Utf16Units ClassifyUtf16(const __m256i (&v)[2], size_t len) {
-  __m256i twoOrMore[2], three[2], surrogate[2];
-  for (int k = 0; k < 2; ++k) {
-    const __m256i top = _mm256_and_si256(v[k], _mm256_set1_epi16(static_cast<short>(0xF800)));
-    twoOrMore[k] = _mm256_xor_si256(
-        _mm256_cmpeq_epi16(_mm256_and_si256(v[k], _mm256_set1_epi16(static_cast<short>(0xFF80))),
-                           _mm256_setzero_si256()),
-        _mm256_set1_epi16(-1));
-    three[k] =
-        _mm256_xor_si256(_mm256_cmpeq_epi16(top, _mm256_setzero_si256()), _mm256_set1_epi16(-1));
-    surrogate[k] = _mm256_cmpeq_epi16(top, _mm256_set1_epi16(static_cast<short>(0xD800)));
-  }
-  return {UnitBits(twoOrMore[0], twoOrMore[1]) & Below(len),
-          UnitBits(three[0], three[1]) & Below(len), UnitBits(surrogate[0], surrogate[1]), len};
+  const __m256i zero = _mm256_setzero_si256();
+  const __m256i topBits = _mm256_set1_epi16(static_cast<short>(0xF800));
+  const __m256i highBits = _mm256_set1_epi16(static_cast<short>(0xFF80));
+  const __m256i surrogate = _mm256_set1_epi16(static_cast<short>(0xD800));
+  const uint64_t one = UnitBits(_mm256_cmpeq_epi16(_mm256_and_si256(v[0], highBits), zero),
+                                _mm256_cmpeq_epi16(_mm256_and_si256(v[1], highBits), zero));
+  const uint64_t upToTwo = UnitBits(_mm256_cmpeq_epi16(_mm256_and_si256(v[0], topBits), zero),
+                                    _mm256_cmpeq_epi16(_mm256_and_si256(v[1], topBits), zero));
+  return {~one & Below(len), ~upToTwo & Below(len),
+          UnitBits(_mm256_cmpeq_epi16(_mm256_and_si256(v[0], topBits), surrogate),
+                   _mm256_cmpeq_epi16(_mm256_and_si256(v[1], topBits), surrogate)),
+          len};
 }
 
 // Each unit's UTF-8 form in a 32-bit lane, first byte lowest, unused bytes
@@ -365,26 +395,25 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
                             size_t& ro) {
   size_t i = ri;
   size_t o = ro;
+  Outbox<uint8_t, 3 * kUnits + 16> outbox(dst + o);
   while (i < n) {
     __m256i v[2];
-    const size_t len = n - i < kUnits ? n - i : kUnits;
+    const size_t len = std::min(n - i, kUnits);
     if (len == kUnits) {
       Load(src + i, v);
     } else {
       LoadPart(reinterpret_cast<const uint8_t*>(src + i), 2 * len, v);
     }
-    if (len == kUnits && cap - o >= kUnits &&
-        _mm256_testz_si256(_mm256_or_si256(v[0], v[1]),
-                           _mm256_set1_epi16(static_cast<short>(0xFF80)))) {  // 32 ASCII units
+    const Utf16Units units = ClassifyUtf16(v, len);
+    if (units.twoOrMore == 0 && len == kUnits && cap - o >= kUnits) {  // 32 ASCII units
       _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o),
                           _mm256_permute4x64_epi64(_mm256_packus_epi16(v[0], v[1]), 0xD8));
       i += kUnits;
       o += kUnits;
       continue;
     }
-    const Utf16Units units = ClassifyUtf16(v, len);
     const Utf16Plan plan = PlanUtf16(units, cap - o);
-    uint8_t bytes[3 * kUnits + 16];
+    uint8_t* bytes = outbox.Buffer();
     uint8_t index[8];
     size_t at[9] = {0};
     for (size_t g = 0; g < 8; ++g) {
@@ -397,7 +426,7 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
       EncodeUtf16(v[k], first, second);
       PackForms(first, second, index + 4 * k, bytes, at + 4 * k);
     }
-    CopyOut(dst + o, bytes, plan.bytes);
+    outbox.Post(dst + o, plan.bytes);
     o += plan.bytes;
     if (plan.stop) {
       i += plan.count;
@@ -405,6 +434,7 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
     }
     i += len;
   }
+  outbox.Flush();
   ri = i;
   ro = o;
 }
@@ -463,7 +493,7 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
     const uint8_t* block = BlockAt(in, n, i, pad);
     __m256i v[2];
     Load(block, v);
-    b.len = n - i < kBytes ? n - i : kBytes;
+    b.len = std::min(n - i, kBytes);
     b.leads = Bits(_mm256_cmpeq_epi8(_mm256_and_si256(v[0], Byte(0xF0)), Byte(0xE0)), 0) |
               Bits(_mm256_cmpeq_epi8(_mm256_and_si256(v[1], Byte(0xF0)), Byte(0xE0)), 1);
     if ((b.leads | b.skip) == 0 && b.len == kBytes) {  // 64 bytes without a lead

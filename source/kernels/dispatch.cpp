@@ -9,8 +9,6 @@ namespace commonhelpers_internal {
 
 namespace {
 
-constexpr size_t kMaxLevels = 8;
-
 struct Levels {
   const Kernels* list[kMaxLevels];
   size_t count;
@@ -20,7 +18,7 @@ Levels Detect() {
   size_t built = 0;
   const Kernels* const* all = BuiltLevels(&built);
   Levels levels = {{}, 0};
-  for (size_t k = 0; k < built && levels.count < kMaxLevels; ++k) {
+  for (size_t k = 0; k < built; ++k) {
     if (all[k]->supported()) {
       levels.list[levels.count++] = all[k];
     }

@@ -8,6 +8,7 @@ extern const Kernels kScalarKernels;
 
 const Kernels* const* BuiltLevels(size_t* pcount) {
   static const Kernels* const levels[] = {&kScalarKernels};
+  static_assert(sizeof levels / sizeof levels[0] <= kMaxLevels, "room for every level");
   *pcount = sizeof levels / sizeof levels[0];
   return levels;
 }

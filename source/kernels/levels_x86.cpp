@@ -7,6 +7,7 @@ namespace commonhelpers_internal {
 const Kernels* const* BuiltLevels(size_t* pcount) {
   static const Kernels* const levels[] = {&kScalarKernels, &kSse2Kernels, &kAvx2Kernels,
                                           &kAvx512Kernels};
+  static_assert(sizeof levels / sizeof levels[0] <= kMaxLevels, "room for every level");
   *pcount = sizeof levels / sizeof levels[0];
   return levels;
 }
