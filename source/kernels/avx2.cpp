@@ -166,10 +166,14 @@ CH_HELPER __m256i Before(const __m256i (&v)[2], __m256i before, int k) {
   return _mm256_alignr_epi8(v[k], _mm256_permute2x128_si256(prev, v[k], 0x21), 16 - shift);
 }
 
-CH_HELPER Utf8Bytes ClassifyUtf8(const __m256i (&v)[2], const Utf8Bytes& left) {
+CH_HELPER Utf8Bytes ClassifyUtf8(const __m256i (&v)[2], __m256i prev, const Utf8Bytes& left) {
   Utf8Bytes b = left;
   for (int k = 0; k < 2; ++k) {
     const __m256i x = v[k];
+    const __m256i p1 = Before<1>(v, prev, k);
+    const __m256i fromA0 =  // 0xA0..0xFF, as signed bytes
+        _mm256_and_si256(_mm256_cmpgt_epi8(x, Byte(0x9F)),
+                         _mm256_cmpgt_epi8(_mm256_setzero_si256(), x));
     const __m256i high = _mm256_and_si256(x, Byte(0xF0));
     b.nonAscii |= Bits(x, k);
     b.cont |= Bits(_mm256_cmpgt_epi8(Byte(0xC0), x), k);
@@ -177,11 +181,10 @@ CH_HELPER Utf8Bytes ClassifyUtf8(const __m256i (&v)[2], const Utf8Bytes& left) {
     b.bad |= Bits(_mm256_or_si256(_mm256_cmpeq_epi8(high, Byte(0xF0)),
                                   _mm256_cmpeq_epi8(_mm256_and_si256(x, Byte(0xFE)), Byte(0xC0))),
                   k);
-    b.e0 |= Bits(_mm256_cmpeq_epi8(x, Byte(0xE0)), k);
-    b.ed |= Bits(_mm256_cmpeq_epi8(x, Byte(0xED)), k);
-    b.belowA0 |= Bits(_mm256_cmpgt_epi8(Byte(0xA0), x), k);  // 0x80..0x9F, as signed bytes
+    b.outOfRange |= Bits(_mm256_blendv_epi8(_mm256_cmpeq_epi8(p1, Byte(0xE0)),
+                                            _mm256_cmpeq_epi8(p1, Byte(0xED)), fromA0),
+                         k);
   }
-  b.belowA0 |= ~b.nonAscii;
   return b;
 }
 
@@ -306,7 +309,7 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
       continue;
     }
     left.atEnd = n - i == left.len;
-    const Utf8Bytes b = ClassifyUtf8(v, left);
+    const Utf8Bytes b = ClassifyUtf8(v, prev, left);
     const Utf8Plan plan = PlanUtf8(b, cap - o);
     uint16_t* units = outbox.Buffer();
     size_t at[8];

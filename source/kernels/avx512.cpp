@@ -106,15 +106,15 @@ CH_TARGET void Avx512Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t
     b.lead3 = _mm512_cmpeq_epi8_mask(high, Byte(0xE0));
     b.bad = _mm512_cmpeq_epi8_mask(high, Byte(0xF0)) |
             _mm512_cmpeq_epi8_mask(_mm512_and_si512(x, Byte(0xFE)), Byte(0xC0));
-    b.e0 = _mm512_cmpeq_epi8_mask(x, Byte(0xE0));
-    b.ed = _mm512_cmpeq_epi8_mask(x, Byte(0xED));
-    b.belowA0 = _mm512_cmplt_epu8_mask(x, Byte(0xA0));
+    const __m512i p1 = _mm512_permutex2var_epi8(x, Load(kBefore1), prev);
+    const uint64_t fromA0 = _mm512_cmpge_epu8_mask(x, Byte(0xA0));
+    b.outOfRange = (_mm512_cmpeq_epi8_mask(p1, Byte(0xE0)) & ~fromA0) |
+                   (_mm512_cmpeq_epi8_mask(p1, Byte(0xED)) & fromA0);
     b.len = len;
     b.atEnd = n - i == len;
     const Utf8Plan plan = PlanUtf8(b, cap - o);
     // The unit of the character that ends at each byte, from that byte and
     // the two before it, in two byte vectors, packed and interleaved.
-    const __m512i p1 = _mm512_permutex2var_epi8(x, Load(kBefore1), prev);
     const __m512i p2 = _mm512_permutex2var_epi8(x, Load(kBefore2), prev);
     const __m512i lo = _mm512_mask_blend_epi8(
         b.nonAscii, x,
@@ -141,7 +141,6 @@ CH_TARGET void Avx512Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t
     i += len;
     const Utf8Bytes next = plan.next;
     b.claimed = next.claimed;
-    b.checked = next.checked;
     b.open = next.open;
     prev = x;
   }

@@ -45,21 +45,16 @@ const Unit* BlockAt(const Unit* src, size_t n, size_t i, Unit (&pad)[size]) {
 
 // A block of UTF-8: the bytes of each class, and what the block before it
 // left open: a character whose lead came in its last two bytes, `open` bytes
-// of it, claiming the first bytes of this block (`claimed`), and whether its
-// lead was E0 or ED (`checked`, bit 0 for E0 and bit 1 for ED, if its second
-// byte is this block's first).
+// of it, claiming the first bytes of this block (`claimed`).
 struct Utf8Bytes {
-  uint64_t nonAscii;  // 0x80..0xFF
-  uint64_t cont;      // 0x80..0xBF
-  uint64_t lead3;     // 0xE0..0xEF
-  uint64_t bad;       // 0xC0, 0xC1 and 0xF0..0xFF: in no character of one to three bytes
-  uint64_t e0;        // 0xE0, whose next byte must be 0xA0..0xBF (else overlong)
-  uint64_t ed;        // 0xED, whose next byte must be 0x80..0x9F (else a surrogate)
-  uint64_t belowA0;   // 0x00..0x9F
+  uint64_t nonAscii;    // 0x80..0xFF
+  uint64_t cont;        // 0x80..0xBF
+  uint64_t lead3;       // 0xE0..0xEF
+  uint64_t bad;         // 0xC0, 0xC1 and 0xF0..0xFF: in no character of one to three bytes
+  uint64_t outOfRange;  // below 0xA0 after E0 (overlong), 0xA0 or above after ED (a surrogate)
   size_t len;
   bool atEnd;
   uint64_t claimed;
-  uint64_t checked;
   size_t open;
 };
 
@@ -87,9 +82,7 @@ inline Utf8Plan PlanUtf8(const Utf8Bytes& b, size_t room) {
   const uint64_t leads = b.nonAscii & ~b.cont;
   const uint64_t claimed = (leads << 1) | (b.lead3 << 2) | b.claimed;
   const uint64_t claims64 = ((leads >> 63) | (b.lead3 >> 62)) & 1;
-  const uint64_t faults = (b.cont ^ claimed) | b.bad |
-                          (((b.e0 << 1) | (b.checked & 1)) & b.belowA0) |
-                          (((b.ed << 1) | (b.checked >> 1)) & ~b.belowA0);
+  const uint64_t faults = (b.cont ^ claimed) | b.bad | b.outOfRange;
   Utf8Plan plan = {~((claimed >> 1) | (claims64 << 63)) & Below(b.len), 0, false, 0, {}};
   if (faults != 0 || (b.atEnd && claims64 != 0)) {
     const uint64_t upToFault =
@@ -110,7 +103,6 @@ inline Utf8Plan PlanUtf8(const Utf8Bytes& b, size_t room) {
         plan.ends != 0 ? b.open + static_cast<size_t>(64 - __builtin_clzll(plan.ends)) : 0;
   } else {
     plan.next.claimed = claims64 | ((b.lead3 >> 63) << 1);
-    plan.next.checked = (b.e0 >> 63) | ((b.ed >> 63) << 1);
     plan.next.open = b.lead3 >> 62 == 1 ? 2 : claims64;
   }
   return plan;

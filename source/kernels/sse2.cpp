@@ -37,10 +37,19 @@ CH_HELPER void Load(const uint8_t* block, __m128i (&v)[4]) {
   }
 }
 
-CH_HELPER Utf8Bytes ClassifyUtf8(const __m128i (&v)[4], const Utf8Bytes& left) {
+// The byte before each byte of v[k]: of `prev` (the block before) for the
+// first one.
+CH_HELPER __m128i Before1(const __m128i (&v)[4], __m128i prev, int k) {
+  return _mm_or_si128(_mm_slli_si128(v[k], 1), _mm_srli_si128(k == 0 ? prev : v[k - 1], 15));
+}
+
+CH_HELPER Utf8Bytes ClassifyUtf8(const __m128i (&v)[4], __m128i prev, const Utf8Bytes& left) {
   Utf8Bytes b = left;
   for (int k = 0; k < 4; ++k) {
     const __m128i x = v[k];
+    const __m128i p1 = Before1(v, prev, k);
+    const __m128i fromA0 =  // 0xA0..0xFF, as signed bytes
+        _mm_and_si128(_mm_cmpgt_epi8(x, Byte(0x9F)), _mm_cmplt_epi8(x, _mm_setzero_si128()));
     const __m128i high = _mm_and_si128(x, Byte(0xF0));
     b.nonAscii |= Bits(x, k);
     b.cont |= Bits(_mm_cmplt_epi8(x, Byte(0xC0)), k);
@@ -48,11 +57,10 @@ CH_HELPER Utf8Bytes ClassifyUtf8(const __m128i (&v)[4], const Utf8Bytes& left) {
     b.bad |= Bits(_mm_or_si128(_mm_cmpeq_epi8(high, Byte(0xF0)),
                                _mm_cmpeq_epi8(_mm_and_si128(x, Byte(0xFE)), Byte(0xC0))),
                   k);
-    b.e0 |= Bits(_mm_cmpeq_epi8(x, Byte(0xE0)), k);
-    b.ed |= Bits(_mm_cmpeq_epi8(x, Byte(0xED)), k);
-    b.belowA0 |= Bits(_mm_cmplt_epi8(x, Byte(0xA0)), k);  // 0x80..0x9F, as signed bytes
+    b.outOfRange |= Bits(_mm_or_si128(_mm_andnot_si128(fromA0, _mm_cmpeq_epi8(p1, Byte(0xE0))),
+                                      _mm_and_si128(fromA0, _mm_cmpeq_epi8(p1, Byte(0xED)))),
+                         k);
   }
-  b.belowA0 |= ~b.nonAscii;
   return b;
 }
 
@@ -62,7 +70,7 @@ CH_HELPER void DecodeUtf8(const __m128i (&v)[4], __m128i prev, uint16_t* units) 
   const __m128i zero = _mm_setzero_si128();
   for (int k = 0; k < 4; ++k) {
     const __m128i x = v[k];
-    const __m128i p1 = _mm_or_si128(_mm_slli_si128(x, 1), _mm_srli_si128(prev, 15));
+    const __m128i p1 = Before1(v, prev, k);
     const __m128i p2 = _mm_or_si128(_mm_slli_si128(x, 2), _mm_srli_si128(prev, 14));
     const __m128i nonAscii = _mm_cmplt_epi8(x, zero);
     const __m128i lo = _mm_or_si128(_mm_and_si128(x, Byte(0x3F)),
@@ -104,7 +112,7 @@ CH_TARGET void Sse2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
       continue;
     }
     left.atEnd = n - i == left.len;
-    const Utf8Bytes b = ClassifyUtf8(v, left);
+    const Utf8Bytes b = ClassifyUtf8(v, prev, left);
     const Utf8Plan plan = PlanUtf8(b, cap - o);
     uint16_t units[kBytes];
     DecodeUtf8(v, prev, units);
