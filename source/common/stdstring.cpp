@@ -24,19 +24,6 @@ auto InTrimSet(const std::string& trimStr) {
   return [set](char ch) { return set.test(static_cast<unsigned char>(ch)); };
 }
 
-// The first `ch` in `text` at or after `from` (at most its size), or npos.
-// Pieces between delimiters are often only a few bytes long, and a call of
-// memchr costs more than looking at those bytes one by one; the bytes beyond
-// the first 16 go to memchr (through find).
-size_t FindByte(std::string_view text, char ch, size_t from) {
-  const size_t limit = std::min(text.size(), from + 16);
-  size_t pos = from;
-  while (pos != limit && text[pos] != ch) {
-    ++pos;
-  }
-  return pos != limit ? pos : text.find(ch, limit);
-}
-
 // True when `pattern` occurs in `text` at `pos`, its first byte known to
 // be there. The bytes are compared here rather than by memcmp, whose call
 // costs more than the few bytes of a delimiter.
@@ -52,32 +39,44 @@ bool RestMatches(std::string_view text, size_t pos, std::string_view pattern) {
   return true;
 }
 
-// The first occurrence of `pattern` (not empty) in `text` at or after
-// `from`, or npos.
-size_t Find(std::string_view text, std::string_view pattern, size_t from) {
-  size_t pos = FindByte(text, pattern[0], from);
-  while (pos != std::string_view::npos && !RestMatches(text, pos, pattern)) {
-    pos = FindByte(text, pattern[0], pos + 1);
-  }
-  return pos;
-}
-
 // Calls visit(pos) for each occurrence of `pattern` (not empty) in `text` at
-// or after `from`, left to right without overlap. A one-byte pattern takes
-// the shortest way.
+// or after `from`, left to right without overlap, for as long as it returns
+// true. The whole search is in this loop, which the callers' instances
+// inline: the pieces between delimiters are often a few bytes long, and a
+// call per occurrence (memchr's among them) costs more than they do. Only a
+// gap of more than 32 bytes goes to memchr (through find).
 template <typename Visit>
 void ForEachOccurrence(std::string_view text, std::string_view pattern, size_t from, Visit visit) {
-  if (pattern.size() == 1) {
-    for (size_t pos = FindByte(text, pattern[0], from); pos != std::string_view::npos;
-         pos = FindByte(text, pattern[0], pos + 1)) {
-      visit(pos);
+  size_t pos = from;
+  while (pos < text.size()) {
+    const size_t limit = std::min(text.size(), pos + 32);
+    while (pos != limit && text[pos] != pattern[0]) {
+      ++pos;
     }
-  } else {
-    for (size_t pos = Find(text, pattern, from); pos != std::string_view::npos;
-         pos = Find(text, pattern, pos + pattern.size())) {
-      visit(pos);
+    if (pos == limit) {
+      pos = text.find(pattern[0], limit);
+      if (pos == std::string_view::npos) {
+        return;
+      }
+    }
+    if (!RestMatches(text, pos, pattern)) {
+      ++pos;
+    } else if (visit(pos)) {
+      pos += pattern.size();
+    } else {
+      return;
     }
   }
+}
+
+// The first occurrence of `pattern` (not empty) in `text`, or npos.
+size_t Find(std::string_view text, std::string_view pattern) {
+  size_t found = std::string_view::npos;
+  ForEachOccurrence(text, pattern, 0, [&found](size_t pos) {
+    found = pos;
+    return false;
+  });
+  return found;
 }
 
 // Calls visit(start, length) for each non-empty piece of `text` that ends
@@ -90,6 +89,7 @@ void ForEachPiece(std::string_view text, std::string_view delim, Visit visit) {
       visit(start, pos - start);
     }
     start = pos + delim.size();
+    return true;
   });
 }
 
@@ -127,7 +127,7 @@ void StringReplace(std::string& strBig, const std::string& strsrc, const std::st
   const size_t cbSrc = strsrc.size();
   const size_t cbDst = strdst.size();
   const std::string_view text(strBig);
-  const size_t posFirst = Find(text, strsrc, 0);
+  const size_t posFirst = Find(text, strsrc);
   if (posFirst == std::string_view::npos) {
     return;
   }
@@ -140,7 +140,7 @@ void StringReplace(std::string& strBig, const std::string& strsrc, const std::st
   char* pchOut = strBig.data();
   if (cbDst > cbSrc) {
     size_t cnFound = 0;
-    ForEachOccurrence(text, strsrc, posFirst, [&cnFound](size_t) { ++cnFound; });
+    ForEachOccurrence(text, strsrc, posFirst, [&cnFound](size_t) { return ++cnFound != 0; });
     if (cbDst - cbSrc > (grown.max_size() - text.size()) / cnFound) {
       throw std::length_error("StringReplace");
     }
@@ -156,6 +156,7 @@ void StringReplace(std::string& strBig, const std::string& strsrc, const std::st
     memmove(pchOut + cbOut, strdst.data(), cbDst);
     cbOut += cbDst;
     start = pos + cbSrc;
+    return true;
   });
   memmove(pchOut + cbOut, text.data() + start, text.size() - start);
   cbOut += text.size() - start;
