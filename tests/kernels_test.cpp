@@ -34,6 +34,17 @@ TEST(Kernels, EveryLevelAgreesWithTheScalarTwinsOnRandomText) {
   }
 }
 
+// Every character of three bytes but the surrogates, each after an ASCII
+// letter: every level's table and range checks over all of them.
+TEST(Kernels, EveryLevelAgreesWithTheScalarOneOnEveryThreeByteCharacter) {
+  std::string text;
+  for (uint32_t cp = 0x800; cp <= 0xFFFF; cp += cp == 0xD7FF ? 0x801 : 1) {
+    text += {'x', static_cast<char>(0xE0 | (cp >> 12)),
+             static_cast<char>(0x80 | ((cp >> 6) & 0x3F)), static_cast<char>(0x80 | (cp & 0x3F))};
+  }
+  EXPECT_EQ(kernel_diff::Differences(text, 7), "");
+}
+
 // Characters of every length and edge that the runs take, with their UTF-16
 // units; what the runs must stop before (the last three only end a text).
 const std::pair<std::string, char16_t> kCharacters[] = {{"a", u'a'},
