@@ -4,7 +4,6 @@
 // buffer, and copied out at its exact length.
 #include <immintrin.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -289,7 +288,7 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
   Outbox<uint16_t, kBytes> outbox(dst + o);
   while (i < n) {
     __m256i v[2];
-    left.len = std::min(n - i, kBytes);
+    left.len = n - i < kBytes ? n - i : kBytes;
     if (left.len == kBytes) {
       Load(src + i, v);
     } else {
@@ -401,7 +400,7 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
   Outbox<uint8_t, 3 * kUnits + 16> outbox(dst + o);
   while (i < n) {
     __m256i v[2];
-    const size_t len = std::min(n - i, kUnits);
+    const size_t len = n - i < kUnits ? n - i : kUnits;
     if (len == kUnits) {
       Load(src + i, v);
     } else {
@@ -496,7 +495,7 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
     const uint8_t* block = BlockAt(in, n, i, pad);
     __m256i v[2];
     Load(block, v);
-    b.len = std::min(n - i, kBytes);
+    b.len = n - i < kBytes ? n - i : kBytes;
     b.leads = Bits(_mm256_cmpeq_epi8(_mm256_and_si256(v[0], Byte(0xF0)), Byte(0xE0)), 0) |
               Bits(_mm256_cmpeq_epi8(_mm256_and_si256(v[1], Byte(0xF0)), Byte(0xE0)), 1);
     if ((b.leads | b.skip) == 0 && b.len == kBytes) {  // 64 bytes without a lead

@@ -4,7 +4,6 @@
 // it writes, so no block needs a copy.
 #include <immintrin.h>
 
-#include <algorithm>
 #include <cstdint>
 
 #include "kernels/blocks.h"
@@ -88,7 +87,7 @@ CH_TARGET void Avx512Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t
   Utf8Bytes b = {};
   __m512i prev = _mm512_setzero_si512();
   while (i < n) {
-    const size_t len = std::min(n - i, kBytes);
+    const size_t len = n - i < kBytes ? n - i : kBytes;
     const __m512i x = _mm512_maskz_loadu_epi8(Below(len), src + i);
     b.nonAscii = _mm512_movepi8_mask(x);
     if ((b.nonAscii | b.claimed) == 0 && len == kBytes && cap - o >= kBytes) {  // 64 ASCII bytes
@@ -170,7 +169,7 @@ CH_TARGET void Avx512Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t
   size_t i = ri;
   size_t o = ro;
   while (i < n) {
-    const size_t len = std::min(n - i, kUnits);
+    const size_t len = n - i < kUnits ? n - i : kUnits;
     const __m512i x = _mm512_maskz_loadu_epi16(static_cast<__mmask32>(Below(len)), src + i);
     const Utf16Units units = {
         _mm512_test_epi16_mask(x, _mm512_set1_epi16(static_cast<short>(0xFF80))),
@@ -238,7 +237,7 @@ CH_TARGET void Avx512HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t*
   size_t o = ro;
   HalfWidthBytes b = {};
   while (i < n) {
-    b.len = std::min(n - i, kBytes);
+    b.len = n - i < kBytes ? n - i : kBytes;
     const __m512i x = _mm512_maskz_loadu_epi8(Below(b.len), in + i);
     b.leads = _mm512_cmpeq_epi8_mask(_mm512_and_si512(x, Byte(0xF0)), Byte(0xE0));
     if ((b.leads | b.skip) == 0 && b.len == kBytes) {  // 64 bytes without a lead

@@ -3,7 +3,6 @@
 // unit at a time from a local copy, unless the block keeps all of it.
 #include <emmintrin.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -96,7 +95,7 @@ CH_TARGET void Sse2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
   while (i < n) {
     __m128i v[4];
     Load(BlockAt(src, n, i, pad), v);
-    left.len = std::min(n - i, kBytes);
+    left.len = n - i < kBytes ? n - i : kBytes;
     if (left.claimed == 0 && left.len == kBytes && cap - o >= kBytes &&
         _mm_movemask_epi8(_mm_or_si128(_mm_or_si128(v[0], v[1]), _mm_or_si128(v[2], v[3]))) ==
             0) {  // 64 ASCII bytes
@@ -192,7 +191,7 @@ CH_TARGET void Sse2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
   while (i < n) {
     __m128i v[4];
     Load(reinterpret_cast<const uint8_t*>(BlockAt(src, n, i, pad)), v);
-    const size_t len = std::min(n - i, kUnits);
+    const size_t len = n - i < kUnits ? n - i : kUnits;
     const Utf16Units units = ClassifyUtf16(v, len);
     if (units.twoOrMore == 0 && len == kUnits && cap - o >= kUnits) {  // 32 ASCII units
       _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o), _mm_packus_epi16(v[0], v[1]));
@@ -231,7 +230,7 @@ CH_TARGET void Sse2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
     const uint8_t* block = BlockAt(in, n, i, pad);
     __m128i v[4];
     Load(block, v);
-    b.len = std::min(n - i, kBytes);
+    b.len = n - i < kBytes ? n - i : kBytes;
     b.atEnd = n - i == b.len;
     b.ahead = n - i - b.len >= 2;
     b.leads = 0;
