@@ -137,6 +137,11 @@ CH_HELPER void Load(const void* block, __m256i (&v)[2]) {
   v[1] = _mm256_loadu_si256(static_cast<const __m256i*>(block) + 1);
 }
 
+CH_HELPER void Store(const __m256i (&v)[2], void* block) {
+  _mm256_storeu_si256(static_cast<__m256i*>(block), v[0]);
+  _mm256_storeu_si256(static_cast<__m256i*>(block) + 1, v[1]);
+}
+
 // The `count` bytes at `from` (fewer than 64), zero after them: the whole
 // dwords by masked loads, which touch no dword they leave out, the rest one
 // byte at a time.
@@ -279,6 +284,16 @@ CH_HELPER void PackUnits(__m256i first, __m256i second, uint32_t ends, uint16_t*
   _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at[3]), _mm256_extracti128_si256(odd, 1));
 }
 
+// The 64 ASCII bytes of `v` as 16-bit units at `dst`.
+CH_HELPER void Widen(const __m256i (&v)[2], uint16_t* dst) {
+  for (int k = 0; k < 2; ++k) {
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + 32 * k),
+                        _mm256_cvtepu8_epi16(_mm256_castsi256_si128(v[k])));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + 32 * k + 16),
+                        _mm256_cvtepu8_epi16(_mm256_extracti128_si256(v[k], 1)));
+  }
+}
+
 CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* dst, size_t cap,
                             size_t& ro) {
   size_t i = ri;
@@ -295,16 +310,24 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
       LoadPart(src + i, left.len, v);
     }
     if (left.claimed == 0 && left.len == kBytes && cap - o >= kBytes &&
-        _mm256_movemask_epi8(_mm256_or_si256(v[0], v[1])) == 0) {  // 64 ASCII bytes
-      for (int k = 0; k < 2; ++k) {
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o + 32 * k),
-                            _mm256_cvtepu8_epi16(_mm256_castsi256_si128(v[k])));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o + 32 * k + 16),
-                            _mm256_cvtepu8_epi16(_mm256_extracti128_si256(v[k], 1)));
-      }
-      i += kBytes;
-      o += kBytes;
+        _mm256_movemask_epi8(_mm256_or_si256(v[0], v[1])) == 0) {
+      // 64 ASCII bytes, and the text after them two blocks at a time for as
+      // long as it is ASCII (English text).
+      Widen(v, dst + o);
       prev = v[1];
+      for (i += kBytes, o += kBytes; n - i >= 2 * kBytes && cap - o >= 2 * kBytes;
+           i += 2 * kBytes, o += 2 * kBytes) {
+        __m256i next[2][2];
+        Load(src + i, next[0]);
+        Load(src + i + kBytes, next[1]);
+        if (_mm256_movemask_epi8(_mm256_or_si256(_mm256_or_si256(next[0][0], next[0][1]),
+                                                 _mm256_or_si256(next[1][0], next[1][1]))) != 0) {
+          break;
+        }
+        Widen(next[0], dst + o);
+        Widen(next[1], dst + o + kBytes);
+        prev = next[1][1];
+      }
       continue;
     }
     left.atEnd = n - i == left.len;
@@ -498,11 +521,21 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
     b.len = n - i < kBytes ? n - i : kBytes;
     b.leads = Bits(_mm256_cmpeq_epi8(_mm256_and_si256(v[0], Byte(0xF0)), Byte(0xE0)), 0) |
               Bits(_mm256_cmpeq_epi8(_mm256_and_si256(v[1], Byte(0xF0)), Byte(0xE0)), 1);
-    if ((b.leads | b.skip) == 0 && b.len == kBytes) {  // 64 bytes without a lead
-      _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + o), v[0]);
-      _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + o + 32), v[1]);
-      i += kBytes;
-      o += kBytes;
+    if ((b.leads | b.skip) == 0 && b.len == kBytes) {
+      // 64 bytes without a lead, and the text after them two blocks at a
+      // time for as long as it is ASCII (English text).
+      Store(v, out + o);
+      for (i += kBytes, o += kBytes; n - i >= 2 * kBytes; i += 2 * kBytes, o += 2 * kBytes) {
+        __m256i next[2][2];
+        Load(in + i, next[0]);
+        Load(in + i + kBytes, next[1]);
+        if (_mm256_movemask_epi8(_mm256_or_si256(_mm256_or_si256(next[0][0], next[0][1]),
+                                                 _mm256_or_si256(next[1][0], next[1][1]))) != 0) {
+          break;
+        }
+        Store(next[0], out + o);
+        Store(next[1], out + o + kBytes);
+      }
       continue;
     }
     b.atEnd = n - i == b.len;
@@ -518,8 +551,7 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
       b.changes |= Bits(Changes(v[k], s[k], t[k]), k);
     }
     if (Unchanged(b)) {
-      _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + o), v[0]);
-      _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + o + 32), v[1]);
+      Store(v, out + o);
       i += kBytes;
       o += kBytes;
       b.skip = 0;

@@ -80,6 +80,12 @@ CH_HELPER __m512i Byte(int b) { return _mm512_set1_epi8(static_cast<char>(b)); }
 
 CH_HELPER __m512i Load(const Indexes& t) { return _mm512_load_si512(t.bytes); }
 
+// The 64 ASCII bytes of `x` as 16-bit units at `dst`.
+CH_HELPER void Widen(__m512i x, uint16_t* dst) {
+  _mm512_storeu_si512(dst, _mm512_cvtepu8_epi16(_mm512_maskz_extracti64x4_epi64(0xF, x, 0)));
+  _mm512_storeu_si512(dst + 32, _mm512_cvtepu8_epi16(_mm512_maskz_extracti64x4_epi64(0xF, x, 1)));
+}
+
 CH_TARGET void Avx512Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* dst, size_t cap,
                               size_t& ro) {
   size_t i = ri;
@@ -90,14 +96,22 @@ CH_TARGET void Avx512Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t
     const size_t len = n - i < kBytes ? n - i : kBytes;
     const __m512i x = _mm512_maskz_loadu_epi8(Below(len), src + i);
     b.nonAscii = _mm512_movepi8_mask(x);
-    if ((b.nonAscii | b.claimed) == 0 && len == kBytes && cap - o >= kBytes) {  // 64 ASCII bytes
-      _mm512_storeu_si512(dst + o,
-                          _mm512_cvtepu8_epi16(_mm512_maskz_extracti64x4_epi64(0xF, x, 0)));
-      _mm512_storeu_si512(dst + o + 32,
-                          _mm512_cvtepu8_epi16(_mm512_maskz_extracti64x4_epi64(0xF, x, 1)));
-      i += kBytes;
-      o += kBytes;
+    if ((b.nonAscii | b.claimed) == 0 && len == kBytes && cap - o >= kBytes) {
+      // 64 ASCII bytes, and the text after them two blocks at a time for as
+      // long as it is ASCII (English text).
+      Widen(x, dst + o);
       prev = x;
+      for (i += kBytes, o += kBytes; n - i >= 2 * kBytes && cap - o >= 2 * kBytes;
+           i += 2 * kBytes, o += 2 * kBytes) {
+        const __m512i first = _mm512_loadu_si512(src + i);
+        const __m512i second = _mm512_loadu_si512(src + i + kBytes);
+        if (_mm512_movepi8_mask(_mm512_or_si512(first, second)) != 0) {
+          break;
+        }
+        Widen(first, dst + o);
+        Widen(second, dst + o + kBytes);
+        prev = second;
+      }
       continue;
     }
     const __m512i high = _mm512_and_si512(x, Byte(0xF0));
@@ -240,10 +254,19 @@ CH_TARGET void Avx512HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t*
     b.len = n - i < kBytes ? n - i : kBytes;
     const __m512i x = _mm512_maskz_loadu_epi8(Below(b.len), in + i);
     b.leads = _mm512_cmpeq_epi8_mask(_mm512_and_si512(x, Byte(0xF0)), Byte(0xE0));
-    if ((b.leads | b.skip) == 0 && b.len == kBytes) {  // 64 bytes without a lead
+    if ((b.leads | b.skip) == 0 && b.len == kBytes) {
+      // 64 bytes without a lead, and the text after them two blocks at a
+      // time for as long as it is ASCII (English text).
       _mm512_storeu_si512(out + o, x);
-      i += kBytes;
-      o += kBytes;
+      for (i += kBytes, o += kBytes; n - i >= 2 * kBytes; i += 2 * kBytes, o += 2 * kBytes) {
+        const __m512i first = _mm512_loadu_si512(in + i);
+        const __m512i second = _mm512_loadu_si512(in + i + kBytes);
+        if (_mm512_movepi8_mask(_mm512_or_si512(first, second)) != 0) {
+          break;
+        }
+        _mm512_storeu_si512(out + o, first);
+        _mm512_storeu_si512(out + o + kBytes, second);
+      }
       continue;
     }
     // The bytes after each, the last two from the next block when known
