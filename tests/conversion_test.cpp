@@ -59,9 +59,8 @@ TEST(GetUtf8TextFromUtf16, WritesTheFirstUnitsOnSuccessOnly) {
   }
 }
 
-// Each line of the stream with its line end, as far as it fits in 2,047
-// bytes and converts into `size` units, up to a zero byte; FALSE with success
-// at the end.
+// Each line of the stream with its line end, up to a zero byte, as far as it
+// fits in 2,047 bytes and converts into `size` units; FALSE with success at the end.
 TEST(ReadUtf8Line, ReadsLinesUpTo2047BytesAndSignalsTheEndWithSuccess) {
   const std::string x3000(3000, 'x'), y2047(2047, 'y');
   const std::tuple<std::string, int, std::vector<std::u16string>, RResult> rows[] = {

@@ -263,6 +263,8 @@ bool DumpText(FILE* stream, const std::string& bytes, size_t offset, bool utf8, 
   const size_t rest = bytes.size() - textStart;
   const bool whole =
       counted && byteCount >= 0 && byteCount % 2 == 0 && static_cast<size_t>(byteCount) <= rest;
+  // The readers are given only a text that is all there: they would
+  // allocate whatever a count announces before finding that it is not.
   fseek(stream, static_cast<long>(offset), SEEK_SET);
   if (utf8 && whole && !HasZeroUnit(bytes, textStart, static_cast<size_t>(byteCount))) {
     char* text = GetBinString(stream, &result);
@@ -271,11 +273,14 @@ bool DumpText(FILE* stream, const std::string& bytes, size_t offset, bool utf8, 
     if (result == RESULT_SUCCEEDED) return true;
     fseek(stream, static_cast<long>(offset), SEEK_SET);
   }
-  USHORT* units = GetBinWideString(stream, &result);
   std::string text;
-  const bool converted =
-      result == RESULT_SUCCEEDED && AppendUnits(units, static_cast<size_t>(byteCount) / 2, text);
-  free(units);
+  bool converted = false;
+  if (whole) {
+    USHORT* units = GetBinWideString(stream, &result);
+    converted =
+        result == RESULT_SUCCEEDED && AppendUnits(units, static_cast<size_t>(byteCount) / 2, text);
+    free(units);
+  }
   if (converted) {
     value = prefix + text;
   } else if (result == RESULT_OUT_OF_MEMORY) {

@@ -1,0 +1,120 @@
+// The rest of the API against oracles from the contract: find loops for split
+// and StringReplace, a hand tokenizer for WcsTok, strncasecmp for StartsWith
+// and EndsWith, ICU for the language tests that decode UTF-8. The first byte
+// picks the family; the rest is three texts cut at zero bytes, or UTF-16.
+// (fullToHalf is fuzz_convert's; the one-unit tests have whole-range tables.)
+#include <strings.h>
+#include <unicode/ustring.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <commonhelpers/commonhelpers.h>
+
+#define CHECK(condition) ((condition) ? void(0) : abort())
+
+namespace {
+
+using std::string;
+
+// `text` with the matches of `what` replaced by `by`; `pieces` gets the
+// non-empty pieces before the matches.
+string Replace(const string& text, const string& what, const string& by,
+               std::vector<string>& pieces) {
+  string out;
+  size_t start = 0;
+  for (size_t hit; !what.empty() && (hit = text.find(what, start)) != string::npos;
+       start = hit + what.size()) {
+    if (hit > start) pieces.push_back(text.substr(start, hit - start));
+    out += text.substr(start, hit - start) + by;
+  }
+  return out + text.substr(start);
+}
+
+void Strings(const string& a, const string& b, const string& c) {
+  std::vector<string> pieces, ignored;
+  string s = a;
+  Replace(a + b, b, c, pieces);  // split closes the text with a delimiter
+  if (b.empty() && !a.empty()) pieces.push_back(a);
+  CHECK(split(s, b) == pieces && s == a + b);
+  StringReplace(s = a, b, c);
+  CHECK(s == Replace(a, b, c, ignored) && GetValue({{b, c}}, a) == (a == b ? c : "0"));
+  const size_t lead = std::min(a.find_first_not_of(b), a.size());
+  const size_t end = a.find_last_not_of(b) + 1;  // 0 when every byte is in b
+  CHECK(TrimStart(s = a, b) == (lead < a.size()) && s == a.substr(lead));
+  CHECK(TrimEnd(s = a, b) == (end > 0) && s == a.substr(0, end));
+  CHECK(Trim(s = a, b) == (end > 0) && s == a.substr(lead, end > 0 ? end - lead : 0));
+  char* joined = CatchString(CopyString(a.c_str(), nullptr), b.c_str(), nullptr);
+  CHECK(joined != nullptr && joined == a + b);
+  free(joined);
+  const string digits = a.substr(a.find_first_of("+-") == 0 ? 1 : 0);
+  const char *x = a.c_str(), *y = b.c_str();
+  CHECK(IsValidInteger(x) == (!a.empty() && (digits.size() < 2 || digits[0] != '0') &&
+                              digits.find_first_not_of("0123456789") == string::npos));
+  CHECK(StartsWith(x, y) == (strncasecmp(x, y, b.size()) == 0));
+  CHECK(EndsWith(x, y) == (a.size() >= b.size() && strcasecmp(x + a.size() - b.size(), y) == 0));
+}
+
+// ICU decodes: an invalid text has no Chinese character.
+void Language(const string& text) {
+  std::u16string units(text.size() + 1, u'\0');
+  UErrorCode error = U_ZERO_ERROR;
+  u_strFromUTF8(&units[0], static_cast<int32_t>(units.size()), nullptr, text.c_str(), -1, &error);
+  units.resize(U_SUCCESS(error) ? std::char_traits<char16_t>::length(units.c_str()) : 0);
+  CHECK(ContainsChinese(&string(text)[0], nullptr) ==
+        std::any_of(units.begin(), units.end(),
+                    [](char16_t u) { return u >= 0x4E00 && u <= 0x9FFF; }));
+  const char16_t punc = units.empty() ? u'.' : units[0];
+  const size_t count = units.size() + text.size() % 3;  // one too few, right, one too many
+  CHECK(U_FAILURE(error) ||
+        IsSameChar(text.c_str(), punc, static_cast<int>(count) - 1) ==
+            (units.find_first_not_of(punc) == units.npos && count == units.size() + 1));
+}
+
+// `text` is cut into tokens at ',', ' ' and `extra`.
+void Wide(const std::u16string& text, USHORT extra) {
+  const USHORT delimiters[] = {',', ' ', extra, 0};
+  std::vector<std::u16string> tokens(1);
+  for (const char16_t u : text + u',') {
+    const bool cut = std::find(delimiters, delimiters + 3, u) != delimiters + 3;
+    if (!cut) tokens.back() += u;
+    if (cut && !tokens.back().empty()) tokens.emplace_back();
+  }
+  std::vector<USHORT> units(text.c_str(), text.c_str() + text.size() + 1), chopped = units;
+  CHECK(TextIsEmpty(units.data(), nullptr) ==
+        (text.find_first_not_of(u"\t\n\r \u3000") == text.npos));
+  ChopWStringEnd(chopped.data());
+  const size_t kept = text.find_last_not_of(u"\r\n") + 1;
+  CHECK(std::equal(chopped.begin(), chopped.begin() + kept, text.begin()) && chopped[kept] == 0);
+  USHORT* cursor = nullptr;
+  for (size_t i = 0; i < tokens.size(); ++i) {
+    const USHORT* got = WcsTok(i == 0 ? units.data() : nullptr, delimiters, &cursor, nullptr);
+    CHECK(got == nullptr ? tokens[i].empty()
+                         : std::u16string(got, got + tokens[i].size() + 1) == tokens[i] + u'\0');
+  }
+  const int count = 1 + static_cast<int>(text.size() % 8), length = 1 + static_cast<int>(kept % 16);
+  USHORT** set = WStringSetConstruct(count, length, nullptr);
+  for (int i = 0; i < count; ++i) std::fill_n(set[i], length, 1);  // each buffer whole
+  WStringSetDestruct(set, count, nullptr);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  if (size == 0) return 0;
+  string texts[3];
+  for (size_t i = 1, part = 0; i < size && part < 3; ++i) {
+    data[i] == 0 ? void(++part) : texts[part].push_back(static_cast<char>(data[i]));
+  }
+  std::u16string units((size - 1) / 2, u'\0');
+  memcpy(&units[0], data + 1, units.size() * 2);
+  units.resize(std::char_traits<char16_t>::length(units.c_str()));
+  if (data[0] % 3 == 0) Strings(texts[0], texts[1], texts[2]);
+  if (data[0] % 3 == 1) Language(texts[0]);
+  if (data[0] % 3 == 2) Wide(units, data[0]);
+  return 0;
+}
