@@ -64,9 +64,10 @@ int UsageError(const Invocation& invocation, const std::string& message);
 // a fixed buffer: memory stays bounded however long the input is.
 class Input {
  public:
-  // Opens `path` ("-" is standard input); opened() tells whether that worked
-  // and error() why not.
-  explicit Input(const std::string& path);
+  // Opens `path` ("-" is standard input), as text where the platform makes a
+  // difference (see platform::OpenForReading); opened() tells whether that
+  // worked and error() why not.
+  explicit Input(const std::string& path, bool text = false);
   ~Input();
   Input(const Input&) = delete;
   Input& operator=(const Input&) = delete;

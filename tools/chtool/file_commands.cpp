@@ -147,9 +147,9 @@ int RunCmp(const Invocation& invocation) {
   }
   // Standard input, devices, generated files (those that say they are
   // empty), and FIFOs whose difference is to be located: compared in step.
-  Input first(names[0]);
+  Input first(names[0], text);
   if (!first.opened()) return Trouble(quiet, FileError(names[0], first.error()));
-  Input second(names[1]);
+  Input second(names[1], text);
   if (!second.opened()) return Trouble(quiet, FileError(names[1], second.error()));
   Input* inputs[2] = {&first, &second};
   return text ? CompareLines(inputs, names, quiet) : CompareBytes(inputs, names, quiet);
@@ -187,8 +187,9 @@ const Command kCmp = {
     "CRs and LFs are cut from each piece, and two pieces are compared up to their\n"
     "first zero byte. So CR LF and LF line ends compare equal, except that a line\n"
     "of 1,022 bytes is one piece with LF but two with CR LF, and 'a\\0x' equals\n"
-    "'a\\0y'. A difference is printed as 'FILE1 FILE2 differ: line M', M counting\n"
-    "pieces.\n"
+    "'a\\0y'. (On Windows, files are read in text mode: CR LF as LF, and Ctrl-Z\n"
+    "ends a file.) A difference is printed as 'FILE1 FILE2 differ: line M', M\n"
+    "counting pieces.\n"
     "-s, --quiet: prints nothing about the files, not even trouble with them (a\n"
     "usage error is still shown).\n"
     "Exit status 0 when equal, 1 when different, 2 on trouble (a missing or\n"

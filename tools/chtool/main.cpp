@@ -134,8 +134,8 @@ int UsageError(const Invocation& invocation, const std::string& message) {
   return kExitUsage;
 }
 
-Input::Input(const std::string& path)
-    : fd_(platform::OpenForReading(path)), error_(fd_ < 0 ? errno : 0), buffer_(1 << 16) {}
+Input::Input(const std::string& path, bool text)
+    : fd_(platform::OpenForReading(path, text)), error_(fd_ < 0 ? errno : 0), buffer_(1 << 16) {}
 
 Input::~Input() {
   if (fd_ >= 0) platform::Close(fd_);

@@ -42,10 +42,14 @@ FileInfo Describe(int status, int mode, long long size, const std::string& ident
 void UseBinaryStandardStreams() {
   _setmode(_fileno(stdin), _O_BINARY);
   _setmode(_fileno(stdout), _O_BINARY);
+  _setmode(_fileno(stderr), _O_BINARY);
 }
 
-int OpenForReading(const std::string& path) {
-  return path == "-" ? 0 : _open(path.c_str(), _O_RDONLY | _O_BINARY);
+int OpenForReading(const std::string& path, bool text) {
+  const int mode = text ? _O_TEXT : _O_BINARY;
+  if (path != "-") return _open(path.c_str(), _O_RDONLY | mode);
+  _setmode(0, mode);
+  return 0;
 }
 
 long ReadSome(int fd, char* buffer, size_t size) {
@@ -86,7 +90,7 @@ FILE* OpenMemoryStream(std::string& bytes) {
 
 void UseBinaryStandardStreams() {}
 
-int OpenForReading(const std::string& path) {
+int OpenForReading(const std::string& path, bool /*text*/) {
   return path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC);
 }
 

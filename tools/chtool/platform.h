@@ -11,12 +11,14 @@
 namespace chtool {
 namespace platform {
 
-// Standard input and output carry bytes unchanged (on Windows they would
-// otherwise turn LF into CR LF and stop at Ctrl-Z).
+// The standard streams carry bytes unchanged (on Windows they would otherwise
+// turn LF into CR LF and stop at Ctrl-Z).
 void UseBinaryStandardStreams();
 
 // Opens `path` for reading bytes; "-" is standard input. -1 with errno set.
-int OpenForReading(const std::string& path);
+// With `text`, the file is read as fopen()'s mode "rt" reads it: on Windows
+// CR LF comes as LF and a Ctrl-Z byte ends the file; elsewhere nothing changes.
+int OpenForReading(const std::string& path, bool text = false);
 
 // Reads at most `size` bytes, returning as soon as any are there (a pipe is
 // not waited on until the buffer is full): their count, 0 at the end, or -1

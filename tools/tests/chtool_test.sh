@@ -169,14 +169,18 @@ lf missing|chtool: missing: No such file or directory\n|2
 -s . lf||2
 lf ./lf||0
 - -||0
---text long-crlf long-lf|chtool: cmp: EOF on long-lf after line 1\n|1
 --text zero1 zero2||0
 --text lf2 -|lf2 - differ: line 2\n|1
 ROWS
 check "cmp the same piped input twice" "exit 0" "$(printf xyz | chtool cmp - - 2>&1; echo "exit $?")"
-# --text in step (standard input) reads as the library does.
-check "cmp --text in step, 1,022 bytes with CR LF" \
-  "$(printf 'chtool: cmp: EOF on - after line 1\nexit 1')" \
+# --text in step (standard input) reads as the library does: a line of 1,022
+# bytes is one piece with LF and two with CR LF, except on Windows, where
+# text mode reads CR LF as LF.
+long_end=$'chtool: cmp: EOF on long-lf after line 1\nexit 1'
+[ "$windows" == yes ] && long_end="exit 0"
+check "cmp --text, 1,022 bytes with CR LF" "$long_end" \
+  "$(cd "$work" && chtool cmp --text long-crlf long-lf 2>&1; echo "exit $?")"
+check "cmp --text in step, 1,022 bytes with CR LF" "${long_end/long-lf/-}" \
   "$(cd "$work" && chtool cmp --text long-crlf - < long-lf 2>&1; echo "exit $?")"
 check "cmp --text in step, up to a zero byte" "exit 0" \
   "$(cd "$work" && chtool cmp --text zero1 - < zero2 2>&1; echo "exit $?")"
@@ -235,7 +239,7 @@ check "pack reproduces the sample" 0 "$(status cmp "$work/records.bin" "$samples
 check "dump the sample" "$(cat "$samples/records.txt")" \
   "$(chtool dump --layout "$layout" "$samples/records.bin" | cut -f3)"
 check "dump offsets" "$(printf '0\tint\t1\n1\tstr\t你好，世界')" \
-  "$(chtool dump --layout="$layout" - < "$samples/records.bin" | head -2)"
+  "$(chtool dump --layout="$layout" - < "$samples/records.bin" 2> /dev/null | head -2)"
 check "dump empty file" "exit 0" "$(: | errors chtool dump --layout int -)"
 # Rows: layout | bytes (printf %b escapes) | what dump reports after "offset ".
 while IFS='|' read -r bad_layout bytes report; do
