@@ -2,7 +2,9 @@
 // and StringReplace, a hand tokenizer for WcsTok, strncasecmp for StartsWith
 // and EndsWith, ICU for the language tests that decode UTF-8. The first byte
 // picks the family; the rest is three texts cut at zero bytes, or UTF-16.
-// (fullToHalf is fuzz_convert's; the one-unit tests have whole-range tables.)
+// Left to others: fullToHalf (fuzz_convert), the wide-string sets and the
+// one-unit tests (tables of every size under every allocation failure, and
+// of every unit).
 #include <strings.h>
 #include <unicode/ustring.h>
 
@@ -96,10 +98,6 @@ void Wide(const std::u16string& text, USHORT extra) {
     CHECK(got == nullptr ? tokens[i].empty()
                          : std::u16string(got, got + tokens[i].size() + 1) == tokens[i] + u'\0');
   }
-  const int count = 1 + static_cast<int>(text.size() % 8), length = 1 + static_cast<int>(kept % 16);
-  USHORT** set = WStringSetConstruct(count, length, nullptr);
-  for (int i = 0; i < count; ++i) std::fill_n(set[i], length, 1);  // each buffer whole
-  WStringSetDestruct(set, count, nullptr);
 }
 
 }  // namespace

@@ -23,21 +23,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   for (int step = 0; file != nullptr && step < 16 && !feof(file); ++step) {
     RResult result = RESULT_ANY_ERROR;
     const long before = ftell(file);
-    switch ((data[0] >> (2 * (step % 4))) & 3) {
-      case 0: {
-        const int value = Read7BitEncodedInt(file, &result);
-        if ((result != RESULT_SUCCEEDED && value != -1) || ftell(file) - before > 5) abort();
-        break;
-      }
-      case 1:
-        free(GetBinWideString(file, &result));
-        break;
-      case 2:
-        free(GetBinString(file, &result));
-        break;
-      default:
-        if (ReadBinBool(file, &result) != FALSE && result != RESULT_SUCCEEDED) abort();
-    }
+    const int kind = (data[0] >> (2 * (step % 4))) & 3;
+    if (kind == 0 && Read7BitEncodedInt(file, &result) != -1 && result != RESULT_SUCCEEDED) abort();
+    if (kind == 0 && ftell(file) - before > 5) abort();
+    if (kind == 1) free(GetBinWideString(file, &result));
+    if (kind == 2) free(GetBinString(file, &result));
+    if (kind == 3 && ReadBinBool(file, &result) != FALSE && result != RESULT_SUCCEEDED) abort();
     if (result != RESULT_SUCCEEDED && result != RESULT_INV_DATA && result != RESULT_OUT_OF_MEMORY) {
       abort();
     }

@@ -120,7 +120,7 @@ int RunCmp(const Invocation& invocation) {
   FileInfo infos[2];
   for (int i = 0; i < 2; ++i) {
     infos[i] = platform::Inspect(names[i]);
-    if (infos[i].kind == Kind::kMissing) return Trouble(quiet, FileError(names[i], infos[i].error));
+    if (infos[i].kind == Kind::kUnknown) return Trouble(quiet, FileError(names[i], infos[i].error));
     if (infos[i].kind == Kind::kDirectory) return Trouble(quiet, names[i] + ": is a directory");
   }
   if (infos[0].identity == infos[1].identity) {

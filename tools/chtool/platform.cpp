@@ -19,10 +19,11 @@ namespace platform {
 
 namespace {
 
+// What stat() or fstat() told: `status`, and on success `mode` and `size`.
 FileInfo Describe(int status, int mode, long long size, const std::string& identity) {
   FileInfo info{Kind::kOther, false, 0, identity};
   if (status != 0) {
-    info.kind = Kind::kMissing;
+    info.kind = Kind::kUnknown;
     info.error = errno;
   } else if ((mode & S_IFMT) == S_IFDIR) {
     info.kind = Kind::kDirectory;

@@ -28,12 +28,12 @@ long ReadSome(int fd, char* buffer, size_t size);
 // Closes what OpenForReading() opened; standard input stays open.
 void Close(int fd);
 
-enum class Kind { kMissing, kDirectory, kRegular, kFifo, kOther };
+enum class Kind { kUnknown, kDirectory, kRegular, kFifo, kOther };
 
 struct FileInfo {
   Kind kind;
   bool empty;            // a regular file that holds no bytes (or says so)
-  int error;             // errno when kind is kMissing
+  int error;             // errno when it could not be looked at (kUnknown)
   std::string identity;  // the same for two names of one file
 };
 

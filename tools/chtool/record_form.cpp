@@ -21,6 +21,7 @@ const Field kFields[] = {Field::kInt, Field::kStr, Field::kWstr, Field::kBool};
 
 bool IsHex(char ch) { return isxdigit(static_cast<unsigned char>(ch)) != 0; }
 
+// Each byte as \xHH, the form in which pack takes raw bytes.
 std::string HexBytes(const std::string& bytes) {
   std::string hex;
   for (const char byte : bytes) {
@@ -59,6 +60,7 @@ bool Decode7Bit(const std::string& bytes, int32_t& number) {
   return false;
 }
 
+// The written form of a UTF-8 text that holds no zero byte.
 std::string Escape(const char* text) {
   std::string escaped;
   for (const char* p = text; *p != '\0'; ++p) {
@@ -122,6 +124,7 @@ bool AppendUnits(const USHORT* units, size_t count, std::string& out) {
   return true;
 }
 
+// Appends the record form of a text value; false with `error` set.
 bool PackText(const std::string& value, std::string& out, std::string& error) {
   std::string countBytes;
   const size_t start = ReadHexBytes(value, countBytes);
@@ -164,6 +167,7 @@ bool PackText(const std::string& value, std::string& out, std::string& error) {
   return true;
 }
 
+// Appends the record form of an int value; false with `error` set.
 bool PackInt(const std::string& value, std::string& out, std::string& error) {
   const size_t space = value.find(' ');
   const std::string number = value.substr(0, space);
@@ -202,6 +206,7 @@ bool PackInt(const std::string& value, std::string& out, std::string& error) {
   return true;
 }
 
+// Appends the record form of `value` as `field`; false with `error` set.
 bool PackValue(const std::string& value, Field field, std::string& out, std::string& error) {
   if (value.find('\0') != std::string::npos) {
     error = "a zero byte in the value (a text writes \\0 for a zero unit)";
@@ -242,6 +247,7 @@ std::string DescribeBadInt(const std::string& bytes, size_t offset, const char* 
   return std::string("the file ends inside ") + what;
 }
 
+// Whether the UTF-16 units in `length` bytes from `start` hold a zero unit.
 bool HasZeroUnit(const std::string& bytes, size_t start, size_t length) {
   for (size_t i = start; i + 1 < start + length; i += 2) {
     if (bytes[i] == 0 && bytes[i + 1] == 0) return true;
