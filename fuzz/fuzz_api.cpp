@@ -2,9 +2,8 @@
 // and StringReplace, a hand tokenizer for WcsTok, strncasecmp for StartsWith
 // and EndsWith, ICU for the language tests that decode UTF-8. The first byte
 // picks the family; the rest is three texts cut at zero bytes, or UTF-16.
-// Left to others: fullToHalf (fuzz_convert), the wide-string sets and the
-// one-unit tests (tables of every size under every allocation failure, and
-// of every unit).
+// fullToHalf is fuzz_convert's; the wide-string sets, ChopWStringEnd,
+// TextIsEmpty and the one-unit tests are short loops that tables cover whole.
 #include <strings.h>
 #include <unicode/ustring.h>
 
@@ -23,15 +22,13 @@ namespace {
 
 using std::string;
 
-// `text` with the matches of `what` replaced by `by`; `pieces` gets the
-// non-empty pieces before the matches.
-string Replace(const string& text, const string& what, const string& by,
-               std::vector<string>& pieces) {
+// `text`, matches of `what` replaced by `by`; `cut` gets the pieces before them.
+string Replace(const string& text, const string& what, const string& by, std::vector<string>& cut) {
   string out;
   size_t start = 0;
   for (size_t hit; !what.empty() && (hit = text.find(what, start)) != string::npos;
        start = hit + what.size()) {
-    if (hit > start) pieces.push_back(text.substr(start, hit - start));
+    if (hit > start) cut.push_back(text.substr(start, hit - start));
     out += text.substr(start, hit - start) + by;
   }
   return out + text.substr(start);
@@ -67,14 +64,13 @@ void Language(const string& text) {
   UErrorCode error = U_ZERO_ERROR;
   u_strFromUTF8(&units[0], static_cast<int32_t>(units.size()), nullptr, text.c_str(), -1, &error);
   units.resize(U_SUCCESS(error) ? std::char_traits<char16_t>::length(units.c_str()) : 0);
-  CHECK(ContainsChinese(&string(text)[0], nullptr) ==
-        std::any_of(units.begin(), units.end(),
-                    [](char16_t u) { return u >= 0x4E00 && u <= 0x9FFF; }));
-  const char16_t punc = units.empty() ? u'.' : units[0];
-  const size_t count = units.size() + text.size() % 3;  // one too few, right, one too many
-  CHECK(U_FAILURE(error) ||
-        IsSameChar(text.c_str(), punc, static_cast<int>(count) - 1) ==
-            (units.find_first_not_of(punc) == units.npos && count == units.size() + 1));
+  const auto han = [](char16_t u) { return u >= 0x4E00 && u <= 0x9FFF; };
+  CHECK(ContainsChinese(&string(text)[0], nullptr) == std::any_of(units.begin(), units.end(), han));
+  const char16_t first = units.empty() ? u'.' : units[0];
+  const int n = static_cast<int>(units.size() + text.size() % 3) - 1;  // one too few, right, more
+  const bool same =
+      units.find_first_not_of(first) == units.npos && n == static_cast<int>(units.size());
+  CHECK(U_FAILURE(error) || IsSameChar(text.c_str(), first, n) == same);
 }
 
 // `text` is cut into tokens at ',', ' ' and `extra`.
@@ -86,12 +82,7 @@ void Wide(const std::u16string& text, USHORT extra) {
     if (!cut) tokens.back() += u;
     if (cut && !tokens.back().empty()) tokens.emplace_back();
   }
-  std::vector<USHORT> units(text.c_str(), text.c_str() + text.size() + 1), chopped = units;
-  CHECK(TextIsEmpty(units.data(), nullptr) ==
-        (text.find_first_not_of(u"\t\n\r \u3000") == text.npos));
-  ChopWStringEnd(chopped.data());
-  const size_t kept = text.find_last_not_of(u"\r\n") + 1;
-  CHECK(std::equal(chopped.begin(), chopped.begin() + kept, text.begin()) && chopped[kept] == 0);
+  std::vector<USHORT> units(text.c_str(), text.c_str() + text.size() + 1);
   USHORT* cursor = nullptr;
   for (size_t i = 0; i < tokens.size(); ++i) {
     const USHORT* got = WcsTok(i == 0 ? units.data() : nullptr, delimiters, &cursor, nullptr);

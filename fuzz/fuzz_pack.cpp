@@ -1,6 +1,6 @@
-// pack's parser and dump's reader (tools/chtool/record_form.h). The first byte
-// is a layout of one to three fields, the rest pack's lines and a record file:
-// dump reads what pack builds whole, pack rebuilds what dump reads of any bytes.
+// pack's parser and dump's reader (tools/chtool/record_form.h), the first byte a
+// layout of 1-3 fields: dump reads whole what pack builds of the rest as lines,
+// and pack rebuilds what dump reads of the rest as bytes.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
