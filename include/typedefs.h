@@ -1,8 +1,10 @@
 // typedefs.h: the fixed type names used in every signature of commonhelpers.
 //
-// The library assumes a little-endian host with 8-bit bytes, a 16-bit
-// `unsigned short`, a 32-bit `int` and a 64-bit `long`; the checks below make
-// a build on any other host fail at compile time instead of misbehaving.
+// The library needs 8-bit bytes, a 16-bit `unsigned short` (one UTF-16 code
+// unit) and a 32-bit `int` (every length and count of its interface); the
+// checks below make a build on any other host fail at compile time instead
+// of misbehaving. Nothing else about the data model is assumed: `long` may be
+// 32 or 64 bits, and pointers 32 or 64 bits.
 #ifndef COMMONHELPERS_TYPEDEFS_H_
 #define COMMONHELPERS_TYPEDEFS_H_
 
@@ -25,6 +27,5 @@ typedef char* PCH;
 static_assert(CHAR_BIT == 8, "commonhelpers needs 8-bit bytes");
 static_assert(sizeof(USHORT) == 2, "commonhelpers needs a 16-bit unsigned short");
 static_assert(sizeof(INT) == 4, "commonhelpers needs a 32-bit int");
-static_assert(sizeof(long) == 8, "commonhelpers needs a 64-bit long");
 
 #endif  // COMMONHELPERS_TYPEDEFS_H_

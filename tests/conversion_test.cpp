@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -10,8 +11,8 @@
 
 #include <commonhelpers/commonhelpers.h>
 #include "support/alloc_failure.h"
-#include "support/huge_text.h"
 #include "support/memory_stream.h"
+#include "support/platform.h"
 #include "support/wide.h"
 
 namespace {
@@ -96,11 +97,12 @@ TEST(ReadUtf8Line, ReadsLinesUpTo2047BytesAndSignalsTheEndWithSuccess) {
 // and lengths whose int form would be short (2^32 + 4 truncates to 4) neither
 // overrun nor allocate.
 TEST(TextSizes, BeyondTheIntLimitFailBeforeAllocatingOrOverrunning) {
-  char* tail = huge_text::Map("b \r\n");
-  if (tail == nullptr) GTEST_SKIP() << "no address space for a 4 GiB text";
+  std::string whyNot;
+  char* tail = platform::MapHugeText("b \r\n", whyNot);
+  if (tail == nullptr) GTEST_SKIP() << whyNot;
   char* end = tail + 4;
-  const auto* wszEnd = reinterpret_cast<const USHORT*>(end);  // no zero unit before it
-  const size_t kWrapping = (size_t{1} << 32) + 4;
+  const auto* wszEnd = reinterpret_cast<const USHORT*>(end);            // no zero unit before it
+  const auto kWrapping = static_cast<size_t>((uint64_t{1} << 32) + 4);  // 64-bit only
   char* szSrc = strdup("ab");
   alloc_failure::FailNth(0);
   RResult result = RESULT_SUCCEEDED;
@@ -132,7 +134,7 @@ TEST(TextSizes, BeyondTheIntLimitFailBeforeAllocatingOrOverrunning) {
   EXPECT_EQ(EndsWith(end - kWrapping, "AB \r\n"), TRUE);
   ChopStringEnd(end - kWrapping);
   EXPECT_STREQ(tail, "b");
-  huge_text::Unmap(tail);
+  platform::UnmapHugeText(tail);
 }
 
 }  // namespace

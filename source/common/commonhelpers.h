@@ -44,10 +44,22 @@
 
 #include "typedefs.h"
 
-// Marks the library's exported functions. The library is built with hidden
-// visibility, so a shared build exports exactly what carries this mark.
+// Marks the library's exported functions: a shared build exports exactly
+// what carries this mark. On ELF the library is built with hidden visibility;
+// a Windows DLL exports what is marked dllexport (the library's own build
+// defines COMMONHELPERS_BUILDING_DLL), and its callers import it
+// (COMMONHELPERS_DLL, which the CMake package and pkg-config file of a DLL
+// build define). A static library on Windows needs neither.
 #ifndef COMMONHELPERS_API
+#if defined(_WIN32) && defined(COMMONHELPERS_BUILDING_DLL)
+#define COMMONHELPERS_API __declspec(dllexport)
+#elif defined(_WIN32) && defined(COMMONHELPERS_DLL)
+#define COMMONHELPERS_API __declspec(dllimport)
+#elif defined(_WIN32)
+#define COMMONHELPERS_API
+#else
 #define COMMONHELPERS_API __attribute__((visibility("default")))
+#endif
 #endif
 
 // ---------------------------------------------------------------------------
@@ -441,8 +453,9 @@ COMMONHELPERS_API BOOL FloatEqual(float flAlpha, float flBeta);
 
 // GetTime()
 //
-// Milliseconds since 1970-01-01 UTC, from the time of day.
-COMMONHELPERS_API long GetTime();
+// Milliseconds since 1970-01-01 UTC, from the time of day, as a signed 64-bit
+// count on every platform (`long` where `long` has 64 bits).
+COMMONHELPERS_API int64_t GetTime();
 
 // ---------------------------------------------------------------------------
 // Standard-string utilities

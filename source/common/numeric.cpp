@@ -1,6 +1,5 @@
 // Hann window, tolerant float comparison and the millisecond clock.
-#include <sys/time.h>
-
+#include <chrono>
 #include <cmath>
 #include <cstdlib>
 
@@ -15,6 +14,14 @@ constexpr double kWindowScale = 0.25;
 
 constexpr float kAbsoluteTolerance = 1e-8f;
 constexpr double kRelativeTolerance = 0.01;
+
+// `value` rounded to single precision. x87 arithmetic (32-bit x86 without
+// SSE) keeps float intermediates in 80 bits, even across assignments, which
+// moves values across the tolerances; a store to memory rounds them.
+float Single(float value) {
+  volatile float stored = value;
+  return stored;
+}
 
 }  // namespace
 
@@ -37,19 +44,22 @@ float* GetHanWindow(int window_size, RResult* presult) {
 }
 
 BOOL FloatEqual(float flAlpha, float flBeta) {
-  const float flDifference = std::fabs(flAlpha - flBeta);
+  const float flDifference = Single(std::fabs(flAlpha - flBeta));
   // Written as "not at least" so that a NaN, which reaches no threshold,
   // counts as equal.
   if (!(flDifference >= kAbsoluteTolerance)) {
     return TRUE;
   }
-  const float flSum = std::fabs(flAlpha) + std::fabs(flBeta);
-  const double dQuotient = static_cast<double>(flDifference / flSum);
+  const float flSum = Single(std::fabs(flAlpha) + std::fabs(flBeta));
+  const double dQuotient = static_cast<double>(Single(flDifference / flSum));
   return dQuotient >= kRelativeTolerance ? FALSE : TRUE;
 }
 
-long GetTime() {
-  timeval tv;
-  gettimeofday(&tv, nullptr);
-  return static_cast<long>(tv.tv_sec) * 1000 + static_cast<long>(tv.tv_usec / 1000);
+// The system clock counts from 1970-01-01 UTC on every platform the library
+// builds for; the cast to milliseconds truncates, as a division of the
+// microseconds would.
+int64_t GetTime() {
+  return std::chrono::duration_cast<std::chrono::milliseconds>(
+             std::chrono::system_clock::now().time_since_epoch())
+      .count();
 }

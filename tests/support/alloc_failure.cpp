@@ -1,6 +1,8 @@
 #include "support/alloc_failure.h"
 
+#include <atomic>
 #include <cstddef>
+#include <new>
 
 extern "C" void* __real_malloc(size_t size);
 extern "C" void* __real_calloc(size_t count, size_t size);
@@ -8,13 +10,16 @@ extern "C" void __real_free(void* p);
 
 namespace {
 
-thread_local long g_count = 0;
-thread_local long g_failAt = 0;
-thread_local long g_frees = 0;
+// Process-wide, not thread_local: where thread-local storage is emulated
+// (MinGW-w64), it allocates through malloc itself. The tests that count
+// allocations run on one thread.
+std::atomic<long> g_count{0};
+std::atomic<long> g_failAt{0};
+std::atomic<long> g_frees{0};
 
 bool NextAllocationFails() {
-  ++g_count;
-  return g_failAt != 0 && g_count == g_failAt;
+  const long count = ++g_count;
+  return g_failAt != 0 && count == g_failAt;
 }
 
 }  // namespace
@@ -31,6 +36,18 @@ extern "C" void __wrap_free(void* p) {
   g_frees += p != nullptr ? 1 : 0;
   __real_free(p);
 }
+
+// operator new never fails on purpose: the C++ runtime's own malloc calls are
+// wrapped too where it is linked statically (MinGW-w64), and the tests'
+// containers must not fail in their place.
+void* operator new(size_t size) {
+  void* p = __real_malloc(size == 0 ? 1 : size);
+  if (p == nullptr) throw std::bad_alloc();
+  return p;
+}
+
+void operator delete(void* p) noexcept { __real_free(p); }
+void operator delete(void* p, size_t) noexcept { __real_free(p); }
 
 namespace alloc_failure {
 

@@ -1,7 +1,7 @@
 // Allocation-failure switch for tests. The test binary is linked with
 // -Wl,--wrap=malloc,--wrap=calloc,--wrap=free, so every malloc and calloc made
 // by the library (and by the test code, but not by operator new) goes through
-// a counter, one per thread.
+// one counter for the whole process.
 #ifndef COMMONHELPERS_TESTS_SUPPORT_ALLOC_FAILURE_H_
 #define COMMONHELPERS_TESTS_SUPPORT_ALLOC_FAILURE_H_
 

@@ -1,0 +1,135 @@
+#include "support/platform.h"
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#ifdef _WIN32
+#include <process.h>
+#include <windows.h>
+#else
+#include <limits.h>
+#include <pthread.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
+
+namespace platform {
+
+namespace {
+
+struct Start {
+  void (*body)(void*);
+  void* arg;
+};
+
+}  // namespace
+
+#ifdef _WIN32
+
+std::string MakeFifo(const std::string&) { return "Windows has no FIFOs"; }
+
+Thread::Thread(size_t bytes, void (*body)(void*), void* arg) {
+  auto* start = new Start{body, arg};
+  const auto run = [](void* p) -> unsigned {
+    const Start s = *static_cast<Start*>(p);
+    delete static_cast<Start*>(p);
+    s.body(s.arg);
+    return 0;
+  };
+  handle_ =
+      reinterpret_cast<void*>(_beginthreadex(nullptr, static_cast<unsigned>(bytes), run, start,
+                                             STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr));
+  started_ = handle_ != nullptr;
+  if (!started_) delete start;
+}
+
+Thread::~Thread() {
+  if (started_) {
+    WaitForSingleObject(static_cast<HANDLE>(handle_), INFINITE);
+    CloseHandle(static_cast<HANDLE>(handle_));
+  }
+}
+
+char* MapHugeText(const char*, std::string& whyNot) {
+  whyNot = "no mapping of one file region many times in a row on Windows";
+  return nullptr;
+}
+
+void UnmapHugeText(char*) {}
+
+#else
+
+constexpr uint64_t kRun = uint64_t{1} << 20, kRuns = 4097, kSpan = kRun * kRuns + 4096;
+
+// Under qemu-user every byte of the 4 GiB walks is translated code; the
+// tests of emulated targets run with this set.
+bool Emulated() { return getenv("COMMONHELPERS_TEST_EMULATED") != nullptr; }
+
+std::string MakeFifo(const std::string& path) {
+  return mkfifo(path.c_str(), 0600) == 0 ? "" : "mkfifo: " + std::string(strerror(errno));
+}
+
+Thread::Thread(size_t bytes, void (*body)(void*), void* arg) {
+  auto* start = new Start{body, arg};
+  const auto run = [](void* p) -> void* {
+    const Start s = *static_cast<Start*>(p);
+    delete static_cast<Start*>(p);
+    s.body(s.arg);
+    return nullptr;
+  };
+  pthread_attr_t attr;
+  pthread_attr_init(&attr);
+  const size_t minimum = PTHREAD_STACK_MIN;  // 16 KiB on x86-64, 128 KiB on aarch64
+  pthread_attr_setstacksize(&attr, bytes > minimum ? bytes : minimum);
+  auto* thread = new pthread_t;
+  started_ = pthread_create(thread, &attr, run, start) == 0;
+  pthread_attr_destroy(&attr);
+  handle_ = thread;
+  if (!started_) delete start;
+}
+
+Thread::~Thread() {
+  auto* thread = static_cast<pthread_t*>(handle_);
+  if (started_) pthread_join(*thread, nullptr);
+  delete thread;
+}
+
+char* MapHugeText(const char* tail, std::string& whyNot) {
+  if (sizeof(size_t) < 8) {
+    whyNot = "a 4 GiB text does not fit a 32-bit address space";
+    return nullptr;
+  }
+  if (Emulated()) {
+    whyNot = "under emulation the 4 GiB walks take minutes";
+    return nullptr;
+  }
+  const size_t run = static_cast<size_t>(kRun), span = static_cast<size_t>(kSpan);
+  const int fd = memfd_create("run", 0);
+  void* mapped = mmap(nullptr, span, PROT_READ | PROT_WRITE,
+                      MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  char* base = mapped != MAP_FAILED ? static_cast<char*>(mapped) : nullptr;
+  bool ok = fd >= 0 && ftruncate(fd, static_cast<off_t>(run)) == 0 && base != nullptr;
+  for (size_t k = 0; ok && k < kRuns; ++k) {
+    ok = mmap(base + k * run, run, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, fd, 0) !=
+         MAP_FAILED;
+  }
+  if (fd >= 0) close(fd);
+  if (!ok && base != nullptr) munmap(base, span);
+  if (!ok) {
+    whyNot = "no address space for a 4 GiB text";
+    return nullptr;
+  }
+  memset(base, 'a', run);
+  return strcpy(base + run * kRuns, tail);
+}
+
+void UnmapHugeText(char* tail) {
+  munmap(tail + 4096 - static_cast<size_t>(kSpan), static_cast<size_t>(kSpan));
+}
+
+#endif
+
+}  // namespace platform

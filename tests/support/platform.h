@@ -1,0 +1,39 @@
+// What the tests need from the operating system beyond standard C++: FIFOs,
+// threads with a chosen stack size, and a 4 GiB text mapped for almost no
+// memory. Each piece says why it is missing where it is; a test that needs it
+// skips itself there with that reason.
+#ifndef COMMONHELPERS_TESTS_SUPPORT_PLATFORM_H_
+#define COMMONHELPERS_TESTS_SUPPORT_PLATFORM_H_
+
+#include <cstddef>
+#include <string>
+
+namespace platform {
+
+// Makes a FIFO at `path`; "" on success, else why there is none.
+std::string MakeFifo(const std::string& path);
+
+// A thread that runs `body(arg)` on a stack of `bytes`, raised to the
+// platform's minimum where that is larger.
+class Thread {
+ public:
+  Thread(size_t bytes, void (*body)(void*), void* arg);
+  Thread(const Thread&) = delete;
+  Thread& operator=(const Thread&) = delete;
+  ~Thread();  // joins
+  bool Started() const { return started_; }
+
+ private:
+  void* handle_ = nullptr;
+  bool started_ = false;
+};
+
+// 4 GiB + 1 MiB of 'a' (one 1 MiB run mapped 4,097 times in a row), then a
+// private zeroed page that holds `tail`. Returns where the tail starts, or
+// null with the reason in `whyNot`; release with UnmapHugeText(tail).
+char* MapHugeText(const char* tail, std::string& whyNot);
+void UnmapHugeText(char* tail);
+
+}  // namespace platform
+
+#endif  // COMMONHELPERS_TESTS_SUPPORT_PLATFORM_H_
