@@ -2,8 +2,8 @@
 // and StringReplace, a hand tokenizer for WcsTok, strncasecmp for StartsWith
 // and EndsWith, ICU for the language tests that decode UTF-8. The first byte
 // picks the family; the rest is three texts cut at zero bytes, or UTF-16.
-// fullToHalf is fuzz_convert's; the wide-string sets, ChopWStringEnd,
-// TextIsEmpty and the one-unit tests are short loops that tables cover whole.
+// fullToHalf is fuzz_convert's; the sets, ChopWStringEnd, TextIsEmpty and the
+// one-unit tests are short loops that tables cover whole.
 #include <strings.h>
 #include <unicode/ustring.h>
 
