@@ -221,6 +221,7 @@ if can "[ $windows == no ] && [ -r /proc/self/mem ]" 3 "no /proc/self/mem, whose
 fi
 # Without /proc (hidden in a mount namespace of its own). A sanitizer's
 # runtime needs /proc itself: such a build skips the row.
+# shellcheck disable=SC2016
 no_proc() { unshare -rm sh -c 'mount -t tmpfs none /proc && cd "$1" && shift && "$@"' sh "$@"; }
 if can "[ $windows == no ] && no_proc . \"\${run[@]}\" --version > /dev/null 2>&1" 1 \
   "no mount namespace to hide /proc in, or a chtool that needs /proc"; then
