@@ -58,7 +58,6 @@ void Strings(const string& a, const string& b, const string& c) {
   CHECK(EndsWith(x, y) == (a.size() >= b.size() && strcasecmp(x + a.size() - b.size(), y) == 0));
 }
 
-// ICU decodes: an invalid text has no Chinese character.
 void Language(const string& text) {
   std::u16string units(text.size() + 1, u'\0');
   UErrorCode error = U_ZERO_ERROR;
