@@ -46,6 +46,7 @@ TEST(GetUtf8TextFromUtf16, WritesTheFirstUnitsOnSuccessOnly) {
       {u"ab\x4F60\0zz", 6, "ab\xE4\xBD\xA0", RESULT_SUCCEEDED},
       {u"ab", -1, "untouched", RESULT_INV_ARGUMENT},
       {u"a\xD800", 2, "untouched", RESULT_INV_DATA},
+      {std::u16string(u"a\0\xD800", 3), 3, "a", RESULT_SUCCEEDED},
       {u"ab", 715827882, "untouched", RESULT_OUT_OF_MEMORY}};
   for (const auto& [text, position, expected, code] : rows) {
     char szText[32];
@@ -67,8 +68,8 @@ TEST(GetUtf8TextFromUtf16, WritesTheFirstUnitsOnSuccessOnly) {
   }
 }
 
-// Each line of the stream with its line end, as far as it fits in 2,047
-// bytes and converts into `size` units; FALSE with success at the end.
+// Each line of the stream with its line end, up to a zero byte, as far as it
+// fits in 2,047 bytes and converts into `size` units; FALSE with success at the end.
 TEST(ReadUtf8Line, ReadsLinesUpTo2047BytesAndSignalsTheEndWithSuccess) {
   const std::string x3000(3000, 'x'), y2047(2047, 'y');
   struct Row {
@@ -79,6 +80,7 @@ TEST(ReadUtf8Line, ReadsLinesUpTo2047BytesAndSignalsTheEndWithSuccess) {
     long consumed;    // bytes of the stream read in all
   };
   const Row rows[] = {{"ab\r\nc", 8, {{u"ab\r\n", OK}, {u"c", OK}}, OK, 5},
+                      {std::string("a\0b\nc", 5), 8, {{u"a", OK}, {u"c", OK}}, OK, 5},
                       {x3000 + "\n" + y2047 + "\n",
                        4096,
                        {{std::u16string(2047, 'x'), OK},
