@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "chtool/seven_bit.h"
+#include "chtool/record_form.h"
 #include "corpus.h"
 
 namespace {
@@ -27,9 +27,8 @@ const std::string& RecordFile() {
     for (size_t k = 0; k < RecordCount(); ++k) {
       const size_t cnUnits = 4 + k % 37;
       if (start + cnUnits >= text.size() - 1) start = 0;
-      std::string prefix;
-      chtool::Write7BitEncodedInt(prefix, static_cast<int32_t>(k));
-      chtool::Write7BitEncodedInt(prefix, static_cast<int32_t>(cnUnits * 2));
+      const std::string prefix = chtool::Encode7Bit(static_cast<int32_t>(k)) +
+                                 chtool::Encode7Bit(static_cast<int32_t>(cnUnits * 2));
       fwrite(prefix.data(), 1, prefix.size(), pfile);
       fwrite(text.data() + start, sizeof(USHORT), cnUnits, pfile);
       start += cnUnits;

@@ -19,41 +19,54 @@ TEST(CopyAndCatchString, AnswerInANewBufferAndKeepTheFirstOnFailure) {
   char* copy = nullptr;
   alloc_failure::ForEachFailure([&] { copy = CopyString(sz, &result); },
                                 [&](long failed) {
-                                  EXPECT_EQ(result,
-                                            failed ? RESULT_OUT_OF_MEMORY : RESULT_SUCCEEDED);
-                                  EXPECT_STREQ(copy, failed ? nullptr : "\xE4\xBD\xA0");
+                                  if (failed == 0) {
+                                    EXPECT_EQ(result, RESULT_SUCCEEDED);
+                                    EXPECT_STREQ(copy, "\xE4\xBD\xA0");
+                                  } else {
+                                    EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
+                                    EXPECT_EQ(copy, nullptr);
+                                  }
                                   free(copy);
                                 });
-  alloc_failure::ForEachFailure(
-      [&] { copy = CatchString(sz, "xy", &result); },
-      [&](long failed) {
-        EXPECT_EQ(result, failed ? RESULT_OUT_OF_MEMORY : RESULT_SUCCEEDED);
-        EXPECT_EQ(copy == nullptr, failed != 0);
-        sz = failed ? sz : copy;  // the failing runs start from the joined text
-        EXPECT_STREQ(sz, "\xE4\xBD\xA0xy");
-      });
+  alloc_failure::ForEachFailure([&] { copy = CatchString(sz, "xy", &result); },
+                                [&](long failed) {
+                                  if (failed == 0) {
+                                    EXPECT_EQ(result, RESULT_SUCCEEDED);
+                                    sz = copy;  // the failing runs start from the joined text
+                                  } else {
+                                    EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
+                                    EXPECT_EQ(copy, nullptr);
+                                  }
+                                  EXPECT_STREQ(sz, "\xE4\xBD\xA0xy");
+                                });
   free(sz);
 }
 
-// Start, end, both, and whether the text is all C-locale space.
 TEST(ChopStrings, RemoveOnlySpacesCarriageReturnsAndLineFeeds) {
-  const std::string rows[][5] = {
-      {"abc \r\n", "abc \r\n", "abc", "abc", "0"},
-      {" \r\nabc ", "abc ", " \r\nabc", "abc", "0"},
-      {"\r\n  ", "", "", "", "1"},
-      {" \tabc\t ", "\tabc\t ", " \tabc\t", "\tabc\t", "0"},
-      {"", "", "", "", "0"},
-      {"\v\f", "\v\f", "\v\f", "\v\f", "1"},
-      {"\v\xC2\xA0x\x85\f", "\v\xC2\xA0x\x85\f", "\v\xC2\xA0x\x85\f", "\v\xC2\xA0x\x85\f", "0"}};
-  for (const auto& row : rows) {
-    std::string start = row[0], end = row[0], both = row[0];
+  struct Row {
+    std::string text;
+    std::string start, end, both;  // after ChopStringStart, ChopStringEnd, ChopString
+    BOOL allSpace;                 // IsStringSpace: every byte is C-locale space
+  };
+  const Row rows[] = {
+      {"abc \r\n", "abc \r\n", "abc", "abc", FALSE},
+      {" \r\nabc ", "abc ", " \r\nabc", "abc", FALSE},
+      {"\r\n  ", "", "", "", TRUE},
+      {" \tabc\t ", "\tabc\t ", " \tabc\t", "\tabc\t", FALSE},
+      {"", "", "", "", FALSE},
+      {"\v\f", "\v\f", "\v\f", "\v\f", TRUE},
+      {"\v\xC2\xA0x\x85\f", "\v\xC2\xA0x\x85\f", "\v\xC2\xA0x\x85\f", "\v\xC2\xA0x\x85\f", FALSE}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(testing::PrintToString(row.text));
+    std::string start = row.text, end = row.text, both = row.text;
     ChopStringStart(start.data());
     ChopStringEnd(end.data());
     ChopString(both.data());
-    EXPECT_EQ(std::string(start.c_str()) + "|" + end.c_str() + "|" + both.c_str(),
-              row[1] + "|" + row[2] + "|" + row[3]);
-    EXPECT_EQ(IsStringSpace(row[0].c_str()), row[4] == "1") << row[0];
-    EXPECT_EQ(IsEmpty(row[0].c_str()), row[0].empty());
+    EXPECT_EQ(start.c_str(), row.start);
+    EXPECT_EQ(end.c_str(), row.end);
+    EXPECT_EQ(both.c_str(), row.both);
+    EXPECT_EQ(IsStringSpace(row.text.c_str()), row.allSpace);
+    EXPECT_EQ(IsEmpty(row.text.c_str()), row.text.empty());
   }
   char text[] = "  ab";  // the bytes behind the new terminator stay as they were
   ChopStringStart(text);

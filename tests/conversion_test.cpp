@@ -17,6 +17,8 @@
 
 namespace {
 
+constexpr RResult OK = RESULT_SUCCEEDED;
+
 // The buffer holds 3 units per byte plus 3, zero beyond the text.
 TEST(GetUTF16Text, ReturnsANewZeroFilledWideText) {
   const std::tuple<std::string, std::u16string, RResult> rows[] = {
@@ -44,6 +46,7 @@ TEST(GetUtf8TextFromUtf16, WritesTheFirstUnitsOnSuccessOnly) {
       {u"ab\x4F60\0zz", 6, "ab\xE4\xBD\xA0", RESULT_SUCCEEDED},
       {u"ab", -1, "untouched", RESULT_INV_ARGUMENT},
       {u"a\xD800", 2, "untouched", RESULT_INV_DATA},
+      {std::u16string(u"a\0\xD800", 3), 3, "a", RESULT_SUCCEEDED},
       {u"ab", 715827882, "untouched", RESULT_OUT_OF_MEMORY}};
   for (const auto& [text, position, expected, code] : rows) {
     char szText[32];
@@ -53,40 +56,57 @@ TEST(GetUtf8TextFromUtf16, WritesTheFirstUnitsOnSuccessOnly) {
       GetUtf8TextFromUtf16(wide::Buffer(text).data(), position, szText, &result);
     };
     alloc_failure::ForEachFailure(call, [&, &expected = expected, code = code](long failed) {
-      EXPECT_EQ(result, failed ? RESULT_OUT_OF_MEMORY : code) << failed;
-      EXPECT_EQ(szText, failed ? "untouched" : expected) << failed;
+      SCOPED_TRACE(failed);
+      if (failed == 0) {
+        EXPECT_EQ(result, code);
+        EXPECT_EQ(szText, expected);
+      } else {
+        EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
+        EXPECT_STREQ(szText, "untouched");
+      }
     });
   }
 }
 
-// Each line of the stream with its line end, as far as it fits in 2,047
-// bytes and converts into `size` units; FALSE with success at the end.
+// Each line of the stream with its line end, up to a zero byte, as far as it
+// fits in 2,047 bytes and converts into `size` units; FALSE with success at the end.
 TEST(ReadUtf8Line, ReadsLinesUpTo2047BytesAndSignalsTheEndWithSuccess) {
   const std::string x3000(3000, 'x'), y2047(2047, 'y');
-  const std::tuple<std::string, int, std::vector<std::u16string>, RResult> rows[] = {
-      {"ab\r\nc", 8, {u"ab\r\n", u"c"}, RESULT_SUCCEEDED},
-      {x3000 + "\n" + y2047 + "\n",
-       4096,
-       {std::u16string(2047, 'x'), std::u16string(953, 'x') + u"\n", std::u16string(2047, 'y'),
-        u"\n"},
-       RESULT_SUCCEEDED},
-      {"a\xC3\n", 8, {u"a"}, RESULT_INV_DATA},
-      {"\xE4\xBD\xA0\xE5\xA5\xBD\n", 2, {u"\x4F60"}, RESULT_INV_DATA},
-      {"abc\n", 0, {}, RESULT_INV_ARGUMENT}};
-  for (const auto& [bytes, size, lines, code] : rows) {
-    const auto stream = MemoryStream(bytes);
+  struct Row {
+    std::string bytes;
+    int size;                                               // of the line buffer, in units
+    std::vector<std::pair<std::u16string, RResult>> lines;  // read with TRUE, and their codes
+    RResult endCode;  // of the reads after them, which return FALSE
+    long consumed;    // bytes of the stream read in all
+  };
+  const Row rows[] = {{"ab\r\nc", 8, {{u"ab\r\n", OK}, {u"c", OK}}, OK, 5},
+                      {std::string("a\0b\nc", 5), 8, {{u"a", OK}, {u"c", OK}}, OK, 5},
+                      {x3000 + "\n" + y2047 + "\n",
+                       4096,
+                       {{std::u16string(2047, 'x'), OK},
+                        {std::u16string(953, 'x') + u"\n", OK},
+                        {std::u16string(2047, 'y'), OK},
+                        {u"\n", OK}},
+                       OK,
+                       5049},
+                      {"a\xC3\n", 8, {{u"a", RESULT_INV_DATA}}, OK, 3},
+                      {"\xE4\xBD\xA0\xE5\xA5\xBD\n", 2, {{u"\x4F60", RESULT_INV_DATA}}, OK, 7},
+                      {"abc\n", 0, {}, RESULT_INV_ARGUMENT, 0}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(testing::PrintToString(row.bytes.substr(0, 8)));
+    const auto stream = MemoryStream(row.bytes);
     std::vector<USHORT> line(4096, 0x5A5A);
     RResult result = RESULT_ANY_ERROR;
-    for (const std::u16string& expected : lines) {
-      EXPECT_EQ(ReadUtf8Line(stream.get(), line.data(), size, &result), TRUE);
+    for (const auto& [expected, code] : row.lines) {
+      EXPECT_EQ(ReadUtf8Line(stream.get(), line.data(), row.size, &result), TRUE);
       EXPECT_EQ(wide::Text(line.data()), expected);
+      EXPECT_EQ(result, code);
     }
-    EXPECT_EQ(lines.empty() ? code : result, code);
     for (int end = 0; end < 2; ++end) {
-      EXPECT_EQ(ReadUtf8Line(stream.get(), line.data(), size, &result), FALSE);
+      EXPECT_EQ(ReadUtf8Line(stream.get(), line.data(), row.size, &result), FALSE);
+      EXPECT_EQ(result, row.endCode);
     }
-    EXPECT_EQ(result, size > 0 ? RESULT_SUCCEEDED : code);
-    EXPECT_EQ(ftell(stream.get()), size > 0 ? static_cast<long>(bytes.size()) : 0);
+    EXPECT_EQ(ftell(stream.get()), row.consumed);
   }
 }
 

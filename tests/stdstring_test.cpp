@@ -34,14 +34,18 @@ TEST(GetValue, AnswersZeroForAMissingKey) {
 }
 
 TEST(StringReplace, ReplacesLeftToRightWithoutCascading) {
-  const std::string rows[][4] = {
+  struct Row {
+    std::string text, from, to, replaced;
+  };
+  const Row rows[] = {
       {"aaa", "a", "aa", "aaaaaa"}, {"abab", "ab", "b", "bb"},   {"a.b.c", ".", "", "abc"},
       {"abc", "x", "y", "abc"},     {"abc", "abcd", "y", "abc"}, {"aaaa", "aa", "a", "aa"},
       {"abc", "", "x", "abc"},      {"", "a", "b", ""},          {"xax", "x", "", "a"}};
-  for (const auto& row : rows) {
-    std::string text = row[0];
-    StringReplace(text, row[1], row[2]);
-    EXPECT_EQ(text, row[3]) << row[0] << " " << row[1] << " " << row[2];
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.text + " / " + row.from + " / " + row.to);
+    std::string text = row.text;
+    StringReplace(text, row.from, row.to);
+    EXPECT_EQ(text, row.replaced);
   }
 }
 
@@ -68,20 +72,27 @@ TEST(GetParentPathDeathTest, KeepsEverythingUpToTheLastSlashOrPrintsAndExits) {
   finished = true;
 }
 
+// Each returns whether anything is left.
 TEST(Trim, RemovesBytesOfTheSetFromEitherEnd) {
-  const std::string rows[][5] = {
-      {"\t x \n", " \t\n", "x \n", "\t x", "x"},
-      {"xyxhixy", "xy", "hixy", "xyxhi", "hi"},
-      {"   ", " ", "", "", ""},
-      {"", " ", "", "", ""},
-      {"abc", "", "abc", "abc", "abc"},
-      {"\xE4\xBD\xA0\xA0", "\xA0", "\xE4\xBD\xA0\xA0", "\xE4\xBD", "\xE4\xBD"}};
-  for (const auto& row : rows) {
-    std::string start = row[0], end = row[0], both = row[0];
-    EXPECT_EQ(TrimStart(start, row[1]), !row[2].empty());
-    EXPECT_EQ(TrimEnd(end, row[1]), !row[3].empty());
-    EXPECT_EQ(Trim(both, row[1]), !row[4].empty());
-    EXPECT_EQ(start + "|" + end + "|" + both, row[2] + "|" + row[3] + "|" + row[4]);
+  struct Row {
+    std::string text, set;
+    std::string start, end, both;  // after TrimStart, TrimEnd, Trim
+  };
+  const Row rows[] = {{"\t x \n", " \t\n", "x \n", "\t x", "x"},
+                      {"xyxhixy", "xy", "hixy", "xyxhi", "hi"},
+                      {"   ", " ", "", "", ""},
+                      {"", " ", "", "", ""},
+                      {"abc", "", "abc", "abc", "abc"},
+                      {"\xE4\xBD\xA0\xA0", "\xA0", "\xE4\xBD\xA0\xA0", "\xE4\xBD", "\xE4\xBD"}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(testing::PrintToString(row.text) + " / " + testing::PrintToString(row.set));
+    std::string start = row.text, end = row.text, both = row.text;
+    EXPECT_EQ(TrimStart(start, row.set), !row.start.empty());
+    EXPECT_EQ(TrimEnd(end, row.set), !row.end.empty());
+    EXPECT_EQ(Trim(both, row.set), !row.both.empty());
+    EXPECT_EQ(start, row.start);
+    EXPECT_EQ(end, row.end);
+    EXPECT_EQ(both, row.both);
   }
 }
 

@@ -11,17 +11,21 @@ namespace {
 template <typename Unit>
 using Converted = std::pair<RResult, std::basic_string<Unit>>;
 
+// The encoding form of a string of each unit type.
+constexpr UtfType UtfTypeOf(const char*) { return UTF_8; }
+constexpr UtfType UtfTypeOf(const char16_t*) { return UTF_16; }
+constexpr UtfType UtfTypeOf(const char32_t*) { return UTF_32; }
+
 // Converts `src` from an exact-size heap copy (so that ASan sees any read past
 // its terminator) into a destination of `dstSize` units followed by canaries,
 // and checks that nothing after the terminator was written.
 template <typename Dst, typename Src>
 Converted<Dst> Convert(const std::basic_string<Src>& src, int dstSize = 64) {
-  constexpr UtfType kTypes[] = {UTF_8, UTF_8, UTF_16, UTF_32, UTF_32};
   std::vector<Src> source(src.c_str(), src.c_str() + src.size() + 1);
   std::vector<Dst> dst(static_cast<size_t>(dstSize) + 4, static_cast<Dst>(0x5A));
   Converted<Dst> out{RESULT_ANY_ERROR, {}};
-  ConvertUtfString(source.data(), kTypes[sizeof(Src)], dst.data(), dstSize, kTypes[sizeof(Dst)],
-                   &out.first);
+  ConvertUtfString(source.data(), UtfTypeOf(source.data()), dst.data(), dstSize,
+                   UtfTypeOf(dst.data()), &out.first);
   const size_t end = std::find(dst.begin(), dst.end(), Dst{0}) - dst.begin();
   EXPECT_LT(end, static_cast<size_t>(dstSize)) << "no terminator inside the destination";
   EXPECT_EQ(std::vector<Dst>(dst.begin() + end + 1, dst.end()),

@@ -279,25 +279,29 @@ COMMONHELPERS_API USHORT* GetUTF16Text(const char* szInput, RResult* presult);
 
 // GetUtf8TextFromUtf16()
 //
-// Writes the UTF-8 form of the first `position` units of `wszText` (fewer if
-// a zero unit comes first) into `szText`, which needs 3 * (position + 1)
-// bytes. `szText` is written only on RESULT_SUCCEEDED. RESULT_INV_ARGUMENT for
-// a null `wszText` or `szText` or a negative position; RESULT_OUT_OF_MEMORY
-// when the working buffers can't be allocated or `position` exceeds
-// 715,827,881; RESULT_INV_DATA when the units are not well-formed UTF-16 (a
-// surrogate outside a pair). Allocates only working buffers, freed on every
-// path.
+// Reads the first `position` units of `wszText`, all of them: the buffer
+// must hold at least that many readable units (no terminator needed), and a
+// zero unit among them does not end the reading. Writes the UTF-8 form of the
+// units before the first zero unit (all of them when there is none) into
+// `szText`, which needs 3 * (position + 1) bytes. `szText` is written only on
+// RESULT_SUCCEEDED. RESULT_INV_ARGUMENT for a null `wszText` or `szText` or a
+// negative position; RESULT_OUT_OF_MEMORY when the working buffers can't be
+// allocated or `position` exceeds 715,827,881; RESULT_INV_DATA when the units
+// before the first zero unit are not well-formed UTF-16 (a surrogate outside
+// a pair). Allocates only working buffers, freed on every path.
 COMMONHELPERS_API void GetUtf8TextFromUtf16(USHORT* wszText, int position, char* szText,
                                             RResult* presult);
 
 // ReadUtf8Line()
 //
 // Reads the next line of `pfile` (at most 2,047 bytes, line end kept) and
-// stores it in `pwchLine`, a buffer of `nBlockSize` units. Returns TRUE when a
-// line was read, with the conversion's code (RESULT_INV_DATA for malformed
-// UTF-8 or a line that doesn't fit, the longest whole prefix stored); FALSE
-// with RESULT_SUCCEEDED at the end of the file or on a read error; FALSE with
-// RESULT_INV_ARGUMENT for a null `pfile` or `pwchLine` or `nBlockSize` < 1.
+// stores it in `pwchLine`, a buffer of `nBlockSize` units. A zero byte ends
+// the stored text: the bytes after it, up to the line end, are read and
+// dropped with RESULT_SUCCEEDED. Returns TRUE when a line was read, with the
+// conversion's code (RESULT_INV_DATA for malformed UTF-8 or a line that
+// doesn't fit, the longest whole prefix stored); FALSE with RESULT_SUCCEEDED
+// at the end of the file or on a read error; FALSE with RESULT_INV_ARGUMENT
+// for a null `pfile` or `pwchLine` or `nBlockSize` < 1.
 COMMONHELPERS_API BOOL ReadUtf8Line(FILE* pfile, USHORT* pwchLine, int nBlockSize,
                                     RResult* presult);
 
@@ -421,8 +425,10 @@ COMMONHELPERS_API BOOL ContainsChinese(char* szText, RResult* presult);
 // IsSameChar()
 //
 // TRUE when the UTF-16 form of `szText` is exactly `count` units, each equal
-// to `punc`. A null text gives FALSE; a text that could not be converted
-// counts as having no units.
+// to `punc`. A null text gives FALSE. A text that is not valid UTF-8 counts
+// as the units converted before its first malformed sequence (two em dashes
+// and the byte 0xFF, with `count` 2, give TRUE); a text whose wide form
+// can't be allocated counts as having no units.
 COMMONHELPERS_API BOOL IsSameChar(const char* szText, USHORT punc, int count);
 
 // ---------------------------------------------------------------------------

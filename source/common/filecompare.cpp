@@ -3,14 +3,24 @@
 // They stream through four buffers of 1,024 bytes on the stack and stdio's
 // own buffers, so memory use does not grow with the files and the answer
 // comes as soon as the first differing line or block has arrived. FALSE also
-// stands for a file that can't be opened. The modes carry "e" (close on exec)
-// so that a child forked meanwhile by another thread does not inherit them.
+// stands for a file that can't be opened.
 #include <cstdio>
 #include <cstring>
 
 #include <commonhelpers/commonhelpers.h>
 
 namespace {
+
+// "e" (close on exec), so that a child forked meanwhile by another thread does
+// not inherit the files; Windows' C library knows no such letter and refuses
+// modes with letters it does not know.
+#ifdef _WIN32
+constexpr char kTextMode[] = "rt";
+constexpr char kBinaryMode[] = "rb";
+#else
+constexpr char kTextMode[] = "rte";
+constexpr char kBinaryMode[] = "rbe";
+#endif
 
 constexpr int kLineSize = 1024;
 constexpr size_t kBlockSize = 1024;
@@ -24,8 +34,8 @@ void CloseIfOpen(FILE* pfile) {
 }  // namespace
 
 BOOL CompareTextFiles(const char* szFile1, const char* szFile2) {
-  FILE* pfile1 = fopen(szFile1, "rte");
-  FILE* pfile2 = fopen(szFile2, "rte");
+  FILE* pfile1 = fopen(szFile1, kTextMode);
+  FILE* pfile2 = fopen(szFile2, kTextMode);
   BOOL fEqual = FALSE;
   if (pfile1 != nullptr && pfile2 != nullptr) {
     char rgchLine1[kLineSize];
@@ -51,8 +61,8 @@ BOOL CompareTextFiles(const char* szFile1, const char* szFile2) {
 }
 
 BOOL CompareBinFiles(const char* szFile1, const char* szFile2) {
-  FILE* pfile1 = fopen(szFile1, "rbe");
-  FILE* pfile2 = fopen(szFile2, "rbe");
+  FILE* pfile1 = fopen(szFile1, kBinaryMode);
+  FILE* pfile2 = fopen(szFile2, kBinaryMode);
   BOOL fEqual = FALSE;
   if (pfile1 != nullptr && pfile2 != nullptr) {
     BYTE rgbBlock1[kBlockSize];

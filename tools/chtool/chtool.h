@@ -4,6 +4,7 @@
 #ifndef CHTOOL_CHTOOL_H_
 #define CHTOOL_CHTOOL_H_
 
+#include <cstddef>
 #include <cstdio>
 #include <functional>
 #include <map>
@@ -59,17 +60,46 @@ int Fail(int status, const std::string& message);
 // error; returns kExitUsage.
 int UsageError(const Invocation& invocation, const std::string& message);
 
+// The bytes of a file or of standard input, handed on as they arrive through
+// a fixed buffer: memory stays bounded however long the input is.
+class Input {
+ public:
+  // Opens `path` ("-" is standard input), as text where the platform makes a
+  // difference (see platform::OpenForReading); opened() tells whether that
+  // worked and error() why not.
+  explicit Input(const std::string& path, bool text = false);
+  ~Input();
+  Input(const Input&) = delete;
+  Input& operator=(const Input&) = delete;
+
+  bool opened() const { return fd_ >= 0; }
+  // Waits until there are unread bytes; false at the end of the input or
+  // after a read error, which error() then tells.
+  bool Fill();
+  const char* data() const { return buffer_.data() + start_; }
+  size_t size() const { return end_ - start_; }
+  void Consume(size_t count) { start_ += count; }
+  int error() const { return error_; }
+
+ private:
+  int fd_;
+  int error_ = 0;
+  bool ended_ = false;
+  std::vector<char> buffer_;
+  size_t start_ = 0;
+  size_t end_ = 0;
+};
+
+// "PATH: <what errno `error` means>", for messages about a file.
+std::string FileError(const std::string& path, int error);
+
 // Calls `line` for every line of each file, or of standard input when there
 // is none or the name is "-", with the line feed taken off and `lineFeed`
 // telling whether there was one (only the last line may lack it). Lines may
-// be of any length and hold any bytes. `line` returns false to stop. Returns
-// kExitFailure when a file can't be opened or read, else 0.
+// be of any length and hold any bytes, zero bytes too. `line` returns false
+// to stop. Returns kExitFailure when a file can't be opened or read, else 0.
 int ForEachLine(const Args& files,
                 const std::function<bool(std::string& line, bool lineFeed)>& line);
-
-// Opens `path` for reading in binary mode ("-" is standard input); null
-// after reporting the error.
-FILE* OpenInput(const std::string& path);
 
 }  // namespace chtool
 

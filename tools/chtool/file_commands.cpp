@@ -1,132 +1,158 @@
 // cmp and hann.
-#include <sys/stat.h>
-
-#include <cerrno>
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
 #include "chtool.h"
+#include "platform.h"
 
 namespace chtool {
 
 namespace {
 
+using platform::FileInfo;
+using platform::Kind;
+
 // The largest window hann prints: 4 MiB of floats, made in a few milliseconds.
 constexpr int kMaxWindow = 1 << 20;
 
-// The comparisons take files by name and answer FALSE for a file they can't
-// read as well; look first, so that trouble is told apart from a difference.
-// Standard input, pipes and devices are copied to a temporary file, so that a
-// difference can be located after the comparison. Returns the name to compare,
-// or "" after reporting the trouble.
-std::string ComparableName(const std::string& path, FILE*& spool) {
-  struct stat info;
-  if (path != "-" && stat(path.c_str(), &info) != 0) {
-    Fail(kExitUsage, path + ": " + strerror(errno));
-    return "";
-  }
-  if (path != "-" && S_ISDIR(info.st_mode)) {
-    Fail(kExitUsage, path + ": is a directory");
-    return "";
-  }
-  FILE* input = OpenInput(path);
-  if (input == nullptr) return "";
-  if (path != "-" && S_ISREG(info.st_mode)) {
-    fclose(input);
-    return path;
-  }
-  spool = tmpfile();
-  char chunk[65536];
-  for (size_t got; spool != nullptr && (got = fread(chunk, 1, sizeof chunk, input)) > 0;) {
-    fwrite(chunk, 1, got, spool);
-  }
-  const bool failed = spool == nullptr || ferror(input) || fflush(spool) != 0 || ferror(spool);
-  if (input != stdin) fclose(input);
-  if (failed) {
-    Fail(kExitUsage, path + ": can't be copied to a temporary file");
-    return "";
-  }
-  return "/proc/self/fd/" + std::to_string(fileno(spool));
+// CompareTextFiles() reads a line in pieces of at most this many bytes.
+constexpr size_t kPieceSize = 1023;
+
+// Reports trouble, unless told to be quiet; returns kExitUsage.
+int Trouble(bool quiet, const std::string& message) {
+  return quiet ? kExitUsage : Fail(kExitUsage, message);
 }
 
-// Reports where two files that differ byte for byte part, as cmp does.
-void ReportBinaryDifference(FILE* files[2], const std::string names[2]) {
-  long byte = 0;
-  long line = 1;
-  int last = '\n';
+// Trouble for the first input whose read failed; 0 when none did.
+int ReadTrouble(Input* inputs[2], const std::string names[2], bool quiet) {
+  for (int i = 0; i < 2; ++i) {
+    if (inputs[i]->error() != 0) return Trouble(quiet, FileError(names[i], inputs[i]->error()));
+  }
+  return 0;
+}
+
+// Byte for byte, in step, as the bytes of both arrive.
+int CompareBytes(Input* inputs[2], const std::string names[2], bool quiet) {
+  size_t byte = 0;
+  size_t line = 1;
+  char last = '\n';
   for (;;) {
-    const int ch[2] = {getc(files[0]), getc(files[1])};
-    if (ch[0] != ch[1] && ch[0] != EOF && ch[1] != EOF) {
-      printf("%s %s differ: byte %ld, line %ld\n", names[0].c_str(), names[1].c_str(), byte + 1,
-             line);
-      return;
-    }
-    if (ch[0] == EOF || ch[1] == EOF) {
-      const std::string& shorter = names[ch[0] == EOF ? 0 : 1];
-      if (byte == 0) {
-        Fail(kExitFailure, "cmp: EOF on " + shorter + " which is empty");
-      } else {
-        Fail(kExitFailure, "cmp: EOF on " + shorter + " after byte " + std::to_string(byte) +
-                               (last == '\n' ? ", line " + std::to_string(line - 1)
-                                             : ", in line " + std::to_string(line)));
+    const bool more[2] = {inputs[0]->Fill(), inputs[1]->Fill()};
+    if (!more[0] || !more[1]) {
+      if (const int trouble = ReadTrouble(inputs, names, quiet)) return trouble;
+      if (more[0] == more[1]) return 0;
+      if (!quiet) {
+        const std::string& shorter = names[more[0] ? 1 : 0];
+        Fail(kExitFailure, "cmp: EOF on " + shorter +
+                               (byte == 0      ? " which is empty"
+                                : last == '\n' ? " after byte " + std::to_string(byte) + ", line " +
+                                                     std::to_string(line - 1)
+                                               : " after byte " + std::to_string(byte) +
+                                                     ", in line " + std::to_string(line)));
       }
-      return;
+      return kExitFailure;
     }
-    ++byte;
-    last = ch[0];
-    if (last == '\n') ++line;
+    const char* bytes[2] = {inputs[0]->data(), inputs[1]->data()};
+    const size_t count = std::min(inputs[0]->size(), inputs[1]->size());
+    const size_t same =
+        static_cast<size_t>(std::mismatch(bytes[0], bytes[0] + count, bytes[1]).first - bytes[0]);
+    line += static_cast<size_t>(std::count(bytes[0], bytes[0] + same, '\n'));
+    byte += same;
+    if (same < count) {
+      if (!quiet) {
+        printf("%s %s differ: byte %zu, line %zu\n", names[0].c_str(), names[1].c_str(), byte + 1,
+               line);
+      }
+      return kExitFailure;
+    }
+    last = bytes[0][count - 1];
+    inputs[0]->Consume(count);
+    inputs[1]->Consume(count);
   }
 }
 
-// Reports the first line at which two files differ as text. Lines are read as
-// CompareTextFiles reads them: up to 1,023 bytes at a time, trailing spaces,
-// CRs and LFs chopped.
-void ReportTextDifference(FILE* files[2], const std::string names[2]) {
-  char lines[2][1024];
-  for (long line = 1;; ++line) {
-    const bool more[2] = {fgets(lines[0], sizeof lines[0], files[0]) != nullptr,
-                          fgets(lines[1], sizeof lines[1], files[1]) != nullptr};
-    if (!more[0] && !more[1]) return;
-    if (more[0] && more[1]) {
-      ChopStringEnd(lines[0]);
-      ChopStringEnd(lines[1]);
-      if (strcmp(lines[0], lines[1]) == 0) continue;
-      printf("%s %s differ: line %ld\n", names[0].c_str(), names[1].c_str(), line);
-    } else {
-      Fail(kExitFailure,
-           "cmp: EOF on " + names[more[0] ? 1 : 0] + " after line " + std::to_string(line - 1));
+// The next piece of a line as CompareTextFiles() reads it, into `piece` (of
+// kPieceSize + 1 bytes): up to and including the next line feed, at most
+// kPieceSize bytes. False when nothing is left.
+bool NextPiece(Input& input, char* piece) {
+  size_t length = 0;
+  while (length < kPieceSize && input.Fill()) {
+    const size_t room = std::min(kPieceSize - length, input.size());
+    const char* feed = static_cast<const char*>(memchr(input.data(), '\n', room));
+    const size_t taken = feed == nullptr ? room : static_cast<size_t>(feed - input.data()) + 1;
+    memcpy(piece + length, input.data(), taken);
+    input.Consume(taken);
+    length += taken;
+    if (feed != nullptr) break;
+  }
+  piece[length] = '\0';
+  return length > 0;
+}
+
+// Line by line as CompareTextFiles() compares, in step.
+int CompareLines(Input* inputs[2], const std::string names[2], bool quiet) {
+  char pieces[2][kPieceSize + 1];
+  for (size_t line = 1;; ++line) {
+    const bool more[2] = {NextPiece(*inputs[0], pieces[0]), NextPiece(*inputs[1], pieces[1])};
+    if (const int trouble = ReadTrouble(inputs, names, quiet)) return trouble;
+    if (!more[0] || !more[1]) {
+      if (more[0] != more[1] && !quiet) {
+        Fail(kExitFailure,
+             "cmp: EOF on " + names[more[0] ? 1 : 0] + " after line " + std::to_string(line - 1));
+      }
+      return more[0] == more[1] ? 0 : kExitFailure;
     }
-    return;
+    ChopStringEnd(pieces[0]);
+    ChopStringEnd(pieces[1]);
+    if (strcmp(pieces[0], pieces[1]) != 0) {
+      if (!quiet) printf("%s %s differ: line %zu\n", names[0].c_str(), names[1].c_str(), line);
+      return kExitFailure;
+    }
   }
 }
 
 int RunCmp(const Invocation& invocation) {
   if (invocation.operands.size() != 2) return UsageError(invocation, "two files expected");
   const bool text = invocation.Has("--text");
+  const bool quiet = invocation.Has("--quiet");
   const std::string names[2] = {invocation.operands[0], invocation.operands[1]};
-  FILE* spools[2] = {nullptr, nullptr};
-  std::string paths[2];
-  int status = kExitUsage;
-  paths[0] = ComparableName(names[0], spools[0]);
-  if (!paths[0].empty()) paths[1] = ComparableName(names[1], spools[1]);
-  if (!paths[1].empty()) {
-    const BOOL equal = text ? CompareTextFiles(paths[0].c_str(), paths[1].c_str())
-                            : CompareBinFiles(paths[0].c_str(), paths[1].c_str());
-    status = equal ? 0 : kExitFailure;
+  FileInfo infos[2];
+  for (int i = 0; i < 2; ++i) {
+    infos[i] = platform::Inspect(names[i]);
+    if (infos[i].kind == Kind::kUnknown) return Trouble(quiet, FileError(names[i], infos[i].error));
+    if (infos[i].kind == Kind::kDirectory) return Trouble(quiet, names[i] + ": is a directory");
   }
-  if (status == kExitFailure && !invocation.Has("--quiet")) {
-    FILE* files[2] = {fopen(paths[0].c_str(), "rb"), fopen(paths[1].c_str(), "rb")};
-    if (files[0] != nullptr && files[1] != nullptr) {
-      text ? ReportTextDifference(files, names) : ReportBinaryDifference(files, names);
-    }
-    for (FILE* file : files) {
-      if (file != nullptr) fclose(file);
-    }
+  if (infos[0].identity == infos[1].identity) {
+    // One file named twice (standard input too) is equal to itself, once it opens.
+    Input input(names[0]);
+    return input.opened() ? 0 : Trouble(quiet, FileError(names[0], input.error()));
   }
-  for (FILE* spool : spools) {
-    if (spool != nullptr) fclose(spool);
+  // The library's comparisons open files by name and answer equal or not.
+  // A regular file that holds bytes gives the same ones when read again, so
+  // a difference that the library finds is then located by reading both in
+  // step, which also tells a read error from a difference. A FIFO can't be
+  // read again, so the library answers for it only when no place is asked for.
+  bool again[2];
+  bool named[2];
+  for (int i = 0; i < 2; ++i) {
+    again[i] = names[i] != "-" && infos[i].kind == Kind::kRegular && !infos[i].empty;
+    named[i] = again[i] || (quiet && names[i] != "-" && infos[i].kind == Kind::kFifo);
   }
-  return status;
+  if (named[0] && named[1]) {
+    const BOOL equal = text ? CompareTextFiles(names[0].c_str(), names[1].c_str())
+                            : CompareBinFiles(names[0].c_str(), names[1].c_str());
+    if (equal == TRUE) return 0;
+    if (!again[0] || !again[1]) return kExitFailure;
+  }
+  // Standard input, devices, generated files (those that say they are
+  // empty), and FIFOs whose difference is to be located: compared in step.
+  Input first(names[0], text);
+  if (!first.opened()) return Trouble(quiet, FileError(names[0], first.error()));
+  Input second(names[1], text);
+  if (!second.opened()) return Trouble(quiet, FileError(names[1], second.error()));
+  Input* inputs[2] = {&first, &second};
+  return text ? CompareLines(inputs, names, quiet) : CompareBytes(inputs, names, quiet);
 }
 
 int RunHann(const Invocation& invocation) {
@@ -151,13 +177,23 @@ int RunHann(const Invocation& invocation) {
 const Command kCmp = {
     "cmp",
     "usage: chtool cmp [-s] [--text] FILE1 FILE2\n"
-    "Compares two files byte for byte; with --text, line by line with trailing\n"
-    "spaces, CRs and LFs ignored (so CR LF and LF line ends compare equal; a line\n"
-    "longer than 1,023 bytes counts as several). On a difference prints\n"
-    "'FILE1 FILE2 differ: byte N, line M' (--text: 'FILE1 FILE2 differ: line M'),\n"
-    "or, when one file is the start of the other, 'EOF on FILE ...' on standard\n"
-    "error. -s, --quiet: print nothing. Exit status 0 when equal, 1 when different,\n"
-    "2 on trouble (a missing or unreadable file, a directory).\n",
+    "Compares two files byte for byte, as their bytes arrive: standard input, pipes\n"
+    "and devices, endless ones too, are answered at the first difference or at the\n"
+    "end of the shorter input. On a difference prints\n"
+    "'FILE1 FILE2 differ: byte N, line M', or, when one file is the start of the\n"
+    "other, 'EOF on FILE ...' on standard error. A file named twice is equal.\n"
+    "--text: compares as the library's CompareTextFiles() does. Each file is read\n"
+    "in pieces that end after a line feed or after 1,023 bytes; trailing spaces,\n"
+    "CRs and LFs are cut from each piece, and two pieces are compared up to their\n"
+    "first zero byte. So CR LF and LF line ends compare equal, except that a line\n"
+    "of 1,022 bytes is one piece with LF but two with CR LF, and 'a\\0x' equals\n"
+    "'a\\0y'. (On Windows, files are read in text mode: CR LF as LF, and Ctrl-Z\n"
+    "ends a file.) A difference is printed as 'FILE1 FILE2 differ: line M', M\n"
+    "counting pieces.\n"
+    "-s, --quiet: prints nothing about the files, not even trouble with them (a\n"
+    "usage error is still shown).\n"
+    "Exit status 0 when equal, 1 when different, 2 on trouble (a missing or\n"
+    "unreadable file, a directory, a read error).\n",
     {{"--text", nullptr, false}, {"--quiet", "-s", false}},
     RunCmp};
 

@@ -3,8 +3,10 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 #include "chtool.h"
+#include "platform.h"
 
 namespace chtool {
 
@@ -90,63 +92,7 @@ bool Parse(const Args& args, Invocation& invocation, bool& help) {
   return true;
 }
 
-}  // namespace
-
-int Fail(int status, const std::string& message) {
-  fprintf(stderr, "chtool: %s\n", message.c_str());
-  return status;
-}
-
-int UsageError(const Invocation& invocation, const std::string& message) {
-  const char* help = invocation.command->help;
-  fprintf(stderr, "chtool: %s: %s\n%.*s\n", invocation.command->name, message.c_str(),
-          static_cast<int>(strcspn(help, "\n")), help);
-  return kExitUsage;
-}
-
-FILE* OpenInput(const std::string& path) {
-  if (path == "-") {
-    return stdin;
-  }
-  FILE* file = fopen(path.c_str(), "rb");
-  if (file == nullptr) {
-    Fail(kExitFailure, path + ": " + strerror(errno));
-  }
-  return file;
-}
-
-int ForEachLine(const Args& files,
-                const std::function<bool(std::string& line, bool lineFeed)>& line) {
-  const Args inputs = files.empty() ? Args{"-"} : files;
-  int status = 0;
-  bool going = true;
-  for (size_t i = 0; i < inputs.size() && going; ++i) {
-    const std::string& path = inputs[i];
-    FILE* file = OpenInput(path);
-    if (file == nullptr) {
-      status = kExitFailure;
-      continue;
-    }
-    char* buffer = nullptr;
-    size_t capacity = 0;
-    ssize_t length;
-    while (going && (length = getline(&buffer, &capacity, file)) >= 0) {
-      std::string text(buffer, static_cast<size_t>(length));
-      const bool lineFeed = !text.empty() && text.back() == '\n';
-      if (lineFeed) text.pop_back();
-      going = line(text, lineFeed);
-    }
-    if (ferror(file)) status = Fail(kExitFailure, path + ": read error");
-    free(buffer);
-    if (file != stdin) fclose(file);
-  }
-  return status;
-}
-
-}  // namespace chtool
-
-int main(int argc, char** argv) {
-  using namespace chtool;
+int Run(int argc, char** argv) {
   const std::string first = argc < 2 ? "" : argv[1];
   if (first == "--help" || first == "-h") {
     fputs(kUsage, stdout);
@@ -172,4 +118,80 @@ int main(int argc, char** argv) {
     return kExitUsage;
   }
   return Fail(kExitUsage, "unknown command '" + first + "' (see chtool --help)");
+}
+
+}  // namespace
+
+int Fail(int status, const std::string& message) {
+  fprintf(stderr, "chtool: %s\n", message.c_str());
+  return status;
+}
+
+int UsageError(const Invocation& invocation, const std::string& message) {
+  const char* help = invocation.command->help;
+  fprintf(stderr, "chtool: %s: %s\n%.*s\n", invocation.command->name, message.c_str(),
+          static_cast<int>(strcspn(help, "\n")), help);
+  return kExitUsage;
+}
+
+Input::Input(const std::string& path, bool text)
+    : fd_(platform::OpenForReading(path, text)), error_(fd_ < 0 ? errno : 0), buffer_(1 << 16) {}
+
+Input::~Input() {
+  if (fd_ >= 0) platform::Close(fd_);
+}
+
+bool Input::Fill() {
+  if (size() > 0) return true;
+  start_ = end_ = 0;
+  if (ended_ || fd_ < 0) return false;
+  const long got = platform::ReadSome(fd_, buffer_.data(), buffer_.size());
+  if (got < 0) error_ = errno;
+  ended_ = got <= 0;
+  end_ = got > 0 ? static_cast<size_t>(got) : 0;
+  return got > 0;
+}
+
+std::string FileError(const std::string& path, int error) { return path + ": " + strerror(error); }
+
+int ForEachLine(const Args& files,
+                const std::function<bool(std::string& line, bool lineFeed)>& line) {
+  const Args inputs = files.empty() ? Args{"-"} : files;
+  int status = 0;
+  bool going = true;
+  std::string text;
+  for (size_t i = 0; i < inputs.size() && going; ++i) {
+    Input input(inputs[i]);
+    if (!input.opened()) status = Fail(kExitFailure, FileError(inputs[i], input.error()));
+    text.clear();
+    while (going && input.Fill()) {
+      const char* feed = static_cast<const char*>(memchr(input.data(), '\n', input.size()));
+      const size_t taken =
+          feed == nullptr ? input.size() : static_cast<size_t>(feed - input.data());
+      text.append(input.data(), taken);
+      input.Consume(taken + (feed != nullptr ? 1 : 0));
+      if (feed != nullptr) {
+        going = line(text, true);
+        text.clear();
+      }
+    }
+    if (going && !text.empty()) going = line(text, false);
+    if (input.opened() && input.error() != 0) {
+      status = Fail(kExitFailure, FileError(inputs[i], input.error()));
+    }
+  }
+  return status;
+}
+
+}  // namespace chtool
+
+int main(int argc, char** argv) {
+  chtool::platform::UseBinaryStandardStreams();
+  // The commands keep their data in standard containers, whose only failure
+  // here is running out of memory.
+  try {
+    return chtool::Run(argc, argv);
+  } catch (const std::bad_alloc&) {
+    return chtool::Fail(chtool::kExitFailure, "out of memory");
+  }
 }

@@ -1,4 +1,5 @@
 // halfwidth and lang: line-by-line text commands.
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -32,16 +33,23 @@ int RunLang(const Invocation& invocation) {
   const char* const kLabels[4] = {"-", "en", "zh", "zh+en"};
   bool outOfMemory = false;
   int status = ForEachLine(invocation.operands, [&](std::string& line, bool) {
-    // One conversion serves both tests; when the line is not valid UTF-8 it
-    // holds the valid start, and both tests look at that.
-    USHORT* wszLine = GetUTF16Text(line.c_str(), nullptr);
-    outOfMemory = wszLine == nullptr;
     bool chinese = false;
-    for (const USHORT* pwch = wszLine; pwch != nullptr && *pwch != 0 && !chinese; ++pwch) {
-      chinese = BelongsToChinese(*pwch, nullptr) == TRUE;
+    bool english = false;
+    // The library's functions stop at a zero byte: each part between zero
+    // bytes is converted and searched on its own. One conversion serves both
+    // tests; when a part is not valid UTF-8 it holds the valid start, and
+    // both tests look at that.
+    for (size_t start = 0; start <= line.size() && !outOfMemory;) {
+      const size_t end = std::min(line.find('\0', start), line.size());
+      USHORT* wszPart = GetUTF16Text(line.c_str() + start, nullptr);
+      outOfMemory = wszPart == nullptr;
+      for (const USHORT* pwch = wszPart; pwch != nullptr && *pwch != 0 && !chinese; ++pwch) {
+        chinese = BelongsToChinese(*pwch, nullptr) == TRUE;
+      }
+      english = english || ContainsEnglish(wszPart, nullptr) == TRUE;
+      free(wszPart);
+      start = end + 1;
     }
-    const bool english = ContainsEnglish(wszLine, nullptr) == TRUE;
-    free(wszLine);
     const int kind = (chinese ? 2 : 0) + (english ? 1 : 0);
     ++counts[kind];
     if (!summary) {
@@ -79,7 +87,9 @@ const Command kHalfWidth = {
     "Malformed input is not checked: a byte from E0 to EF takes the two bytes after\n"
     "it, whatever they are, as a three-byte sequence, so 'x\\xEF|!y' comes out as\n"
     "'xAy'. A lead byte with fewer than two bytes left on its line, and every other\n"
-    "byte, zero bytes included, is copied unchanged.\n",
+    "byte, zero bytes included, is copied unchanged. A zero byte ends a sequence as\n"
+    "the end of the line does: a lead byte right before it is copied unchanged, and\n"
+    "the text after it is normalized as a line of its own would be.\n",
     {},
     RunHalfWidth};
 
@@ -91,7 +101,9 @@ const Command kLang = {
     "or '-' (neither), a tab and the line. With --summary prints only how many lines\n"
     "fall in each of these four classes, each line in exactly one, and the total:\n"
     "  zh only N / en only N / zh+en N / neither N / total N  (one per line, TAB).\n"
-    "Only the part of a line before its first invalid UTF-8 sequence is searched.\n",
+    "A zero byte splits a line into parts, and the line's class covers them all\n"
+    "('abc\\0你' is zh+en). Each part is searched up to its first invalid UTF-8\n"
+    "sequence; the bytes after that are not looked at.\n",
     {{"--summary", nullptr, false}},
     RunLang};
 
