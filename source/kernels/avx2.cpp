@@ -1,7 +1,8 @@
 // AVX2 kernels: blocks of 64 bytes or 32 units in two registers. What a
 // block keeps is packed eight 16-bit units, four characters or eight bytes at
-// a time by a byte shuffle from a table built at compile time, into a local
-// buffer, and copied out at its exact length.
+// a time by a byte shuffle from a table built at compile time, and stored in
+// place (near the end of the room, into a local buffer copied out at its
+// exact length). Chinese text from UTF-8 goes 16 characters at a time.
 #include <immintrin.h>
 
 #include <cstdint>
@@ -57,14 +58,9 @@ constexpr ShuffleRows PackBytes() {
 
 // The UTF-8 forms of four units, each in a 32-bit lane with its first byte
 // lowest: row m (bit j: unit j has two or more bytes, bit 4 + j: three)
-// moves the bytes each form uses to the front; `size` is their number.
-struct FormRows {
-  uint8_t rows[256][16];
-  uint8_t size[256];
-};
-
-constexpr FormRows PackForms() {
-  FormRows t{};
+// moves the bytes each form uses to the front.
+constexpr ShuffleRows PackForms() {
+  ShuffleRows t{};
   for (size_t m = 0; m < 256; ++m) {
     size_t to = 0;
     for (size_t unit = 0; unit < 4; ++unit) {
@@ -73,14 +69,13 @@ constexpr FormRows PackForms() {
         t.rows[m][to++] = static_cast<uint8_t>(4 * unit + byte);
       }
     }
-    t.size[m] = static_cast<uint8_t>(to);
   }
   return t;
 }
 
 constexpr ShuffleRows kPackUnits = PackUnits();
 constexpr ShuffleRows kPackBytes = PackBytes();
-constexpr FormRows kPackForms = PackForms();
+constexpr ShuffleRows kPackForms = PackForms();
 
 // fullToHalf's changes, by the lead and the low six bits of the byte after
 // it: EF 3C and EF 3D (the full-width forms, byte k + 0x20 and k + 0x60 for
@@ -212,55 +207,52 @@ CH_HELPER void DecodeUtf8(const __m256i (&v)[2], __m256i prev, int k, __m256i& f
   second = _mm256_unpackhi_epi8(low, hi);
 }
 
-// Copies `size` bytes of a local buffer, at most 128, in pieces of up to 32
-// bytes, the last one overlapping the one before it.
-CH_HELPER void CopyOut(void* to, const void* from, size_t size) {
-  uint8_t* d = static_cast<uint8_t*>(to);
-  const uint8_t* s = static_cast<const uint8_t*>(from);
-  if (size >= 32) {
-    for (size_t k = 0; k + 32 < size; k += 32) {
-      _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + k),
-                          _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + k)));
-    }
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + size - 32),
-                        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + size - 32)));
-  } else if (size >= 16) {
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(d),
-                     _mm_loadu_si128(reinterpret_cast<const __m128i*>(s)));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(d + size - 16),
-                     _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + size - 16)));
-  } else {
-    memcpy(d, s, size);
+// 16 three-byte characters, the 48 bytes at `from`, as units at `to`; false,
+// with nothing written, unless all of them are well formed. Each is spread
+// over a 32-bit lane (lead lowest): 12 bytes per 128-bit lane.
+CH_HELPER bool ThreeByteChars(const uint8_t* from, uint16_t* to) {
+  const __m256i spread = _mm256_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1, 0,
+                                          1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
+  const __m256i chars[2] = {
+      _mm256_shuffle_epi8(
+          _mm256_permutevar8x32_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(from)),
+                                      _mm256_setr_epi32(0, 1, 2, 0, 3, 4, 5, 0)),
+          spread),
+      _mm256_shuffle_epi8(_mm256_permutevar8x32_epi32(
+                              _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + 16)),
+                              _mm256_setr_epi32(2, 3, 4, 0, 5, 6, 7, 0)),
+                          spread)};
+  __m256i units[2];
+  __m256i wrong = _mm256_setzero_si256();
+  for (int k = 0; k < 2; ++k) {
+    const __m256i c = chars[k];
+    units[k] = _mm256_or_si256(
+        _mm256_or_si256(_mm256_slli_epi32(_mm256_and_si256(c, _mm256_set1_epi32(0x0F)), 12),
+                        _mm256_srli_epi32(_mm256_and_si256(c, _mm256_set1_epi32(0x3F00)), 2)),
+        _mm256_and_si256(_mm256_srli_epi32(c, 16), _mm256_set1_epi32(0x3F)));
+    // Not 1110xxxx 10xxxxxx 10xxxxxx, overlong (below U+0800) or a surrogate.
+    const __m256i top = _mm256_and_si256(units[k], _mm256_set1_epi32(0xF800));
+    wrong = _mm256_or_si256(
+        wrong,
+        _mm256_or_si256(
+            _mm256_xor_si256(_mm256_cmpeq_epi32(_mm256_and_si256(c, _mm256_set1_epi32(0xC0C0F0)),
+                                                _mm256_set1_epi32(0x8080E0)),
+                             _mm256_set1_epi32(-1)),
+            _mm256_or_si256(_mm256_cmpeq_epi32(top, _mm256_setzero_si256()),
+                            _mm256_cmpeq_epi32(top, _mm256_set1_epi32(0xD800)))));
   }
+  if (!_mm256_testz_si256(wrong, wrong)) return false;
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(to),
+                      _mm256_permute4x64_epi64(_mm256_packus_epi32(units[0], units[1]), 0xD8));
+  return true;
 }
 
-// Where a block's output is packed, one of two local buffers: it is copied
-// out while the next block is worked on, when the stores that filled it are
-// done (a copy right after them would wait for them).
-template <typename Unit, size_t size>
-class Outbox {
- public:
-  explicit Outbox(Unit* to) : to_(to) {}
-  Unit* Buffer() { return buffers_[current_]; }
-  // Copies out the block before, and keeps this block's first `count` units
-  // for `to`.
-  CH_HELPER void Post(Unit* to, size_t count) {
-    Flush();
-    to_ = to;
-    count_ = count;
-    current_ ^= 1;
-  }
-  CH_HELPER void Flush() {
-    CopyOut(to_, buffers_[current_ ^ 1], count_ * sizeof(Unit));
-    count_ = 0;
-  }
-
- private:
-  Unit buffers_[2][size];
-  int current_ = 0;
-  Unit* to_;
-  size_t count_ = 0;
-};
+// Whether the 32 bytes of `x` have the leads of 3-byte characters that start
+// at its first byte, as Chinese text has.
+CH_HELPER bool ThreeByteLeads(__m256i x) {
+  return static_cast<uint32_t>(_mm256_movemask_epi8(
+             _mm256_cmpeq_epi8(_mm256_and_si256(x, Byte(0xF0)), Byte(0xE0)))) == 0x49249249;
+}
 
 // Two rows of a shuffle table, one per 128-bit lane.
 CH_HELPER __m256i Rows(const uint8_t* lane0, const uint8_t* lane1) {
@@ -300,7 +292,6 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
   size_t o = ro;
   Utf8Bytes left = {};
   __m256i prev = _mm256_setzero_si256();
-  Outbox<uint16_t, kBytes> outbox(dst + o);
   while (i < n) {
     __m256i v[2];
     left.len = n - i < kBytes ? n - i : kBytes;
@@ -330,10 +321,31 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
       }
       continue;
     }
+    if (left.claimed == 0 && ThreeByteLeads(v[0])) {
+      // Chinese text: 16 three-byte characters at a time for as long as it
+      // lasts. The next block starts at a character, so needs no bytes
+      // before it.
+      const size_t from = i;
+      for (; n - i >= 48 && cap - o >= 16 && ThreeByteChars(src + i, dst + o); i += 48, o += 16) {
+      }
+      if (i != from) {
+        prev = _mm256_setzero_si256();
+        continue;
+      }
+    }
     left.atEnd = n - i == left.len;
     const Utf8Bytes b = ClassifyUtf8(v, prev, left);
     const Utf8Plan plan = PlanUtf8(b, cap - o);
-    uint16_t* units = outbox.Buffer();
+    // Each group's store writes a whole lane, past the units it keeps, which
+    // the next one covers; the last reaches up to 8 units past the block's
+    // output, which is put back as it was. Near the end of the room, the
+    // block goes to a local buffer first.
+    const bool inPlace = cap - o >= kBytes + 8;
+    uint16_t local[kBytes + 8];
+    uint16_t* units = inPlace ? dst + o : local;
+    const __m128i after =
+        inPlace ? _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + plan.count))
+                : _mm_setzero_si128();
     size_t at[8];
     for (size_t g = 0; g < 8; ++g) at[g] = CountOnes(plan.ends & Below(8 * g));
     for (int k = 0; k < 2; ++k) {
@@ -341,7 +353,11 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
       DecodeUtf8(v, prev, k, first, second);
       PackUnits(first, second, static_cast<uint32_t>(plan.ends >> (32 * k)), units, at + 4 * k);
     }
-    outbox.Post(dst + o, plan.count);
+    if (inPlace) {
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(units + plan.count), after);
+    } else {
+      memcpy(dst + o, local, plan.count * sizeof(uint16_t));
+    }
     o += plan.count;
     if (plan.stop) {
       i = i - b.open + plan.resume;
@@ -351,7 +367,6 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
     left = plan.next;
     prev = v[1];
   }
-  outbox.Flush();
   ri = i;
   ro = o;
 }
@@ -416,11 +431,33 @@ CH_HELPER void PackForms(__m256i first, __m256i second, const uint8_t* index, ui
   _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at[3]), _mm256_extracti128_si256(odd, 1));
 }
 
+// The 16 units of `units`, none below U+0800 and no surrogate, as the 48
+// bytes of their three-byte forms at `to`, in four stores of 12 bytes each
+// (three of them whole lanes, covered by the next).
+CH_HELPER void ThreeByteForms(__m256i units, uint8_t* to) {
+  const __m256i firstTwo = _mm256_or_si256(
+      _mm256_or_si256(_mm256_srli_epi16(units, 12), _mm256_set1_epi16(static_cast<short>(0x80E0))),
+      _mm256_and_si256(_mm256_slli_epi16(units, 2), _mm256_set1_epi16(0x3F00)));
+  const __m256i last =
+      _mm256_or_si256(_mm256_and_si256(units, _mm256_set1_epi16(0x3F)), _mm256_set1_epi16(0x80));
+  const __m256i pack = _mm256_broadcastsi128_si256(
+      _mm_loadu_si128(reinterpret_cast<const __m128i*>(kPackForms.rows[0xFF])));
+  // Units 0-3 and 8-11, then 4-7 and 12-15.
+  const __m256i low = _mm256_shuffle_epi8(_mm256_unpacklo_epi16(firstTwo, last), pack);
+  const __m256i high = _mm256_shuffle_epi8(_mm256_unpackhi_epi16(firstTwo, last), pack);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm256_castsi256_si128(low));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(to + 12), _mm256_castsi256_si128(high));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(to + 24), _mm256_extracti128_si256(low, 1));
+  const __m128i end = _mm256_extracti128_si256(high, 1);
+  _mm_storel_epi64(reinterpret_cast<__m128i*>(to + 36), end);
+  const uint32_t lastFour = static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_srli_si128(end, 8)));
+  memcpy(to + 44, &lastFour, 4);
+}
+
 CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* dst, size_t cap,
                             size_t& ro) {
   size_t i = ri;
   size_t o = ro;
-  Outbox<uint8_t, 3 * kUnits + 16> outbox(dst + o);
   while (i < n) {
     __m256i v[2];
     const size_t len = n - i < kUnits ? n - i : kUnits;
@@ -429,29 +466,50 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
     } else {
       LoadPart(reinterpret_cast<const uint8_t*>(src + i), 2 * len, v);
     }
-    const Utf16Units units = ClassifyUtf16(v, len);
-    if (units.twoOrMore == 0 && len == kUnits && cap - o >= kUnits) {  // 32 ASCII units
+    if (len == kUnits && cap - o >= kUnits &&
+        _mm256_testz_si256(_mm256_subs_epu16(_mm256_or_si256(v[0], v[1]), _mm256_set1_epi16(0x7F)),
+                           _mm256_set1_epi16(-1))) {  // 32 ASCII units
       _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o),
                           _mm256_permute4x64_epi64(_mm256_packus_epi16(v[0], v[1]), 0xD8));
       i += kUnits;
       o += kUnits;
       continue;
     }
+    const Utf16Units units = ClassifyUtf16(v, len);
+    if (units.three == Below(kUnits) && units.surrogate == 0 && cap - o >= 3 * kUnits) {
+      // 32 units of three bytes each (Chinese text).
+      ThreeByteForms(v[0], dst + o);
+      ThreeByteForms(v[1], dst + o + 48);
+      i += kUnits;
+      o += 3 * kUnits;
+      continue;
+    }
     const Utf16Plan plan = PlanUtf16(units, cap - o);
-    uint8_t* bytes = outbox.Buffer();
+    // Straight into place as in the run from UTF-8, the stores reaching up
+    // to 16 bytes past the block's output, when the block is taken whole.
+    const bool inPlace = !plan.stop && len == kUnits && cap - o >= 3 * kUnits + 16;
+    uint8_t local[3 * kUnits + 16];
+    uint8_t* bytes = inPlace ? dst + o : local;
+    const __m128i after =
+        inPlace ? _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + plan.bytes))
+                : _mm_setzero_si128();
     uint8_t index[8];
-    size_t at[9] = {0};
+    size_t at[8];
     for (size_t g = 0; g < 8; ++g) {
       index[g] = static_cast<uint8_t>(((units.twoOrMore >> (4 * g)) & 0xF) |
                                       (((units.three >> (4 * g)) & 0xF) << 4));
-      at[g + 1] = at[g] + kPackForms.size[index[g]];
+      at[g] = Utf8Bytes16(units, 4 * g);
     }
     for (int k = 0; k < 2; ++k) {
       __m256i first, second;
       EncodeUtf16(v[k], first, second);
       PackForms(first, second, index + 4 * k, bytes, at + 4 * k);
     }
-    outbox.Post(dst + o, plan.bytes);
+    if (inPlace) {
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes + plan.bytes), after);
+    } else {
+      memcpy(dst + o, local, plan.bytes);
+    }
     o += plan.bytes;
     if (plan.stop) {
       i += plan.count;
@@ -459,7 +517,6 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
     }
     i += len;
   }
-  outbox.Flush();
   ri = i;
   ro = o;
 }
@@ -581,7 +638,7 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
         at += CountOnes(keep & 0xFF00);
       }
     }
-    CopyOut(out + o, bytes, at);
+    memcpy(out + o, bytes, at);
     o += at;
     if (plan.consumed != b.len) {
       i += plan.consumed;
