@@ -73,9 +73,23 @@ constexpr ShuffleRows PackForms() {
   return t;
 }
 
+// The number of bytes that row m of PackForms keeps.
+struct Sizes {
+  uint8_t size[256];
+};
+
+constexpr Sizes FormSizes() {
+  Sizes t{};
+  for (size_t m = 0; m < 256; ++m) {
+    t.size[m] = static_cast<uint8_t>(4 + CountOnes(m & 0xF) + CountOnes(m >> 4));
+  }
+  return t;
+}
+
 constexpr ShuffleRows kPackUnits = PackUnits();
 constexpr ShuffleRows kPackBytes = PackBytes();
 constexpr ShuffleRows kPackForms = PackForms();
+constexpr Sizes kFormSizes = FormSizes();
 
 // fullToHalf's changes, by the lead and the low six bits of the byte after
 // it: EF 3C and EF 3D (the full-width forms, byte k + 0x20 and k + 0x60 for
@@ -393,6 +407,14 @@ CH_HELPER Utf16Units ClassifyUtf16(const __m256i (&v)[2], size_t len) {
           len};
 }
 
+// Nibble g of `bits` in the low half of byte g.
+inline uint64_t NibbleBytes(uint32_t bits) {
+  uint64_t spread = bits;
+  spread = (spread | spread << 16) & 0x0000FFFF0000FFFF;
+  spread = (spread | spread << 8) & 0x00FF00FF00FF00FF;
+  return (spread | spread << 4) & 0x0F0F0F0F0F0F0F0F;
+}
+
 // Each unit's UTF-8 form in a 32-bit lane, first byte lowest, unused bytes
 // 0: lanes of units 0-3 and 8-11 in `first`, 4-7 and 12-15 in `second`.
 CH_HELPER void EncodeUtf16(__m256i u, __m256i& first, __m256i& second) {
@@ -493,13 +515,14 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
     const __m128i after =
         inPlace ? _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + plan.bytes))
                 : _mm_setzero_si128();
+    // Byte g of `rows`: the row of units 4g to 4g + 3 (see PackForms).
+    const uint64_t rows = NibbleBytes(static_cast<uint32_t>(units.twoOrMore)) |
+                          NibbleBytes(static_cast<uint32_t>(units.three)) << 4;
     uint8_t index[8];
+    memcpy(index, &rows, sizeof index);
     size_t at[8];
-    for (size_t g = 0; g < 8; ++g) {
-      index[g] = static_cast<uint8_t>(((units.twoOrMore >> (4 * g)) & 0xF) |
-                                      (((units.three >> (4 * g)) & 0xF) << 4));
-      at[g] = Utf8Bytes16(units, 4 * g);
-    }
+    at[0] = 0;
+    for (size_t g = 1; g < 8; ++g) at[g] = at[g - 1] + kFormSizes.size[index[g - 1]];
     for (int k = 0; k < 2; ++k) {
       __m256i first, second;
       EncodeUtf16(v[k], first, second);
