@@ -335,7 +335,7 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
       }
       continue;
     }
-    if (left.claimed == 0 && ThreeByteLeads(v[0])) {
+    if (left.claimed == 0 && left.len == kBytes && ThreeByteLeads(v[0])) {
       // Chinese text: 16 three-byte characters at a time for as long as it
       // lasts. The next block starts at a character, so needs no bytes
       // before it.
@@ -351,10 +351,10 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
     const Utf8Bytes b = ClassifyUtf8(v, prev, left);
     const Utf8Plan plan = PlanUtf8(b, cap - o);
     // Each group's store writes a whole lane, past the units it keeps, which
-    // the next one covers; the last reaches up to 8 units past the block's
-    // output, which is put back as it was. Near the end of the room, the
-    // block goes to a local buffer first.
-    const bool inPlace = cap - o >= kBytes + 8;
+    // the next one covers; the last reaches up to 7 units past the block's
+    // output, which are put back as they were. Where the room ends sooner,
+    // the block goes to a local buffer first.
+    const bool inPlace = cap - o >= plan.count + 7;
     uint16_t local[kBytes + 8];
     uint16_t* units = inPlace ? dst + o : local;
     const __m128i after =
@@ -588,6 +588,29 @@ CH_HELPER __m256i Halves(__m256i x, __m256i s, __m256i t) {
   return _mm256_blendv_epi8(wide, narrow, _mm256_cmpeq_epi8(x, Byte(0xE2)));
 }
 
+// Whether the 64 bytes at `from` (and two more after them) hold a lead and
+// change nothing: no unit changes and none holds another lead. `x` receives
+// them. A block without a lead is left to the loop of those, which is faster.
+CH_HELPER bool ChangesNothing(const uint8_t* from, __m256i (&x)[2]) {
+  __m256i s[2], t[2];
+  Load(from, x);
+  Load(from + 1, s);
+  Load(from + 2, t);
+  __m256i leads = _mm256_setzero_si256();
+  __m256i odd = _mm256_setzero_si256();
+  for (int k = 0; k < 2; ++k) {
+    const __m256i lead = _mm256_cmpeq_epi8(_mm256_and_si256(x[k], Byte(0xF0)), Byte(0xE0));
+    const __m256i leadAfter =
+        _mm256_or_si256(_mm256_cmpeq_epi8(_mm256_and_si256(s[k], Byte(0xF0)), Byte(0xE0)),
+                        _mm256_cmpeq_epi8(_mm256_and_si256(t[k], Byte(0xF0)), Byte(0xE0)));
+    leads = _mm256_or_si256(leads, lead);
+    odd = _mm256_or_si256(odd, _mm256_or_si256(_mm256_and_si256(lead, leadAfter),
+                                               Changes(x[k], _mm256_and_si256(s[k], Byte(0x3F)),
+                                                       _mm256_and_si256(t[k], Byte(0x3F)))));
+  }
+  return _mm256_testz_si256(odd, odd) && !_mm256_testz_si256(leads, leads);
+}
+
 CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* out, size_t& ro) {
   size_t i = ri;
   size_t o = ro;
@@ -631,9 +654,14 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
       b.changes |= Bits(Changes(v[k], s[k], t[k]), k);
     }
     if (Unchanged(b)) {
+      // ... and the blocks after it that change nothing either, for as long
+      // as they last (Chinese and mixed text).
       Store(v, out + o);
-      i += kBytes;
-      o += kBytes;
+      __m256i next[2];
+      for (i += kBytes, o += kBytes; n - i >= kBytes + 2 && ChangesNothing(in + i, next);
+           i += kBytes, o += kBytes) {
+        Store(next, out + o);
+      }
       b.skip = 0;
       continue;
     }
