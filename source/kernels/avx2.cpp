@@ -497,6 +497,16 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
       o += kUnits;
       continue;
     }
+    if (len == kUnits && cap - o >= kUnits / 2 &&
+        _mm256_testz_si256(_mm256_subs_epu16(v[0], _mm256_set1_epi16(0x7F)),
+                           _mm256_set1_epi16(-1))) {  // 16 ASCII units, then others
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o),
+                       _mm_packus_epi16(_mm256_castsi256_si128(v[0]),
+                                        _mm256_extracti128_si256(v[0], 1)));
+      i += kUnits / 2;
+      o += kUnits / 2;
+      continue;
+    }
     const Utf16Units units = ClassifyUtf16(v, len);
     if (units.three == Below(kUnits) && units.surrogate == 0 && cap - o >= 3 * kUnits) {
       // 32 units of three bytes each (Chinese text).
