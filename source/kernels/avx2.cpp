@@ -91,27 +91,49 @@ constexpr ShuffleRows kPackBytes = PackBytes();
 constexpr ShuffleRows kPackForms = PackForms();
 constexpr Sizes kFormSizes = FormSizes();
 
-// fullToHalf's changes, by the lead and the low six bits of the byte after
-// it: EF 3C and EF 3D (the full-width forms, byte k + 0x20 and k + 0x60 for
-// the low six bits k of the third byte), E2 00 (dashes, '-'), E2 11 (circled
-// digits, k + 0x11) and E3 00 (the ideographic space, k = 0 only). Bit k & 7
-// of byte k >> 3 tells whether k changes; the first table holds EF 3C then EF
-// 3D, the second E2 00 then E2 11.
-struct Bitmaps {
-  uint8_t bytes[16];
+// fullToHalf's changes: a lead changes when it is E3 with two bytes of low
+// six bits 0 (the ideographic space), or when the bits of three lookups on
+// its own low nibble and the two nibbles of the low six bits of the byte
+// after it (the class: EF 3C and EF 3D, the full-width forms, E2 00, dashes,
+// E2 11, circled digits) meet the bits of two lookups on the nibbles of the
+// low six bits of the third byte. A class's changes with the same high
+// nibble of the third byte take one bit of their own.
+struct ChangeTables {
+  uint8_t lead[16];
+  uint8_t secondLow[16];
+  uint8_t secondHigh[16];
+  uint8_t thirdLow[16];
+  uint8_t thirdHigh[16];
+  size_t bits;
 };
 
-constexpr Bitmaps ChangeBits(uint32_t first, uint32_t second) {
-  Bitmaps t{};
-  for (uint32_t k = 0; k < 64; ++k) {
-    t.bytes[k >> 3] |= static_cast<uint8_t>((HalfWidthOf(first | k) != 0) << (k & 7));
-    t.bytes[8 + (k >> 3)] |= static_cast<uint8_t>((HalfWidthOf(second | k) != 0) << (k & 7));
+constexpr ChangeTables MakeChangeTables() {
+  ChangeTables t{};
+  const uint8_t classes[][2] = {{0xF, 0x3C}, {0xF, 0x3D}, {0x2, 0x00}, {0x2, 0x11}};
+  for (const auto& c : classes) {
+    for (uint8_t high = 0; high < 4; ++high) {
+      uint32_t lows = 0;
+      for (uint8_t low = 0; low < 16; ++low) {
+        const uint32_t unit = ThreeByteUnit(static_cast<uint8_t>(0xE0 | c[0]), c[1],
+                                            static_cast<uint8_t>(high << 4 | low));
+        lows |= uint32_t{HalfWidthOf(unit) != 0} << low;
+      }
+      if (lows == 0) continue;
+      const uint8_t bit = static_cast<uint8_t>(1u << t.bits++);
+      t.lead[c[0]] |= bit;
+      t.secondLow[c[1] & 0xF] |= bit;
+      t.secondHigh[c[1] >> 4] |= bit;
+      t.thirdHigh[high] |= bit;
+      for (size_t low = 0; low < 16; ++low) {
+        if ((lows >> low) & 1) t.thirdLow[low] |= bit;
+      }
+    }
   }
   return t;
 }
 
-constexpr Bitmaps kFullWidthBits = ChangeBits(0xFF00, 0xFF40);
-constexpr Bitmaps kPunctuationBits = ChangeBits(0x2000, 0x2440);
+constexpr ChangeTables kChangeTables = MakeChangeTables();
+static_assert(kChangeTables.bits <= 8, "one bit of a byte for each class and high nibble");
 
 constexpr bool HalvesFollowTheTable() {
   for (uint32_t k = 0; k < 64; ++k) {
@@ -500,9 +522,9 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
     if (len == kUnits && cap - o >= kUnits / 2 &&
         _mm256_testz_si256(_mm256_subs_epu16(v[0], _mm256_set1_epi16(0x7F)),
                            _mm256_set1_epi16(-1))) {  // 16 ASCII units, then others
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o),
-                       _mm_packus_epi16(_mm256_castsi256_si128(v[0]),
-                                        _mm256_extracti128_si256(v[0], 1)));
+      _mm_storeu_si128(
+          reinterpret_cast<__m128i*>(dst + o),
+          _mm_packus_epi16(_mm256_castsi256_si128(v[0]), _mm256_extracti128_si256(v[0], 1)));
       i += kUnits / 2;
       o += kUnits / 2;
       continue;
@@ -554,37 +576,34 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
   ro = o;
 }
 
-// Which leads of `x` change, from the low six bits `s` and `t` of the two
-// bytes after each: bit 0 of `s` picks the half of both bitmap tables.
+CH_HELPER __m256i Lookup(const uint8_t (&table)[16], __m256i index) {
+  return _mm256_shuffle_epi8(
+      _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(table))), index);
+}
+
+// Nonzero in the bytes of the leads of `x` that change, from the low six
+// bits `s` and `t` of the two bytes after each (see ChangeTables).
 CH_HELPER __m256i Changes(__m256i x, __m256i s, __m256i t) {
-  const __m256i bit =
-      _mm256_shuffle_epi8(_mm256_setr_epi64x(0x8040201008040201, 0, 0x8040201008040201, 0),
-                          _mm256_and_si256(t, Byte(7)));
-  const __m256i row = _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(t, 3), Byte(7)),
-                                      _mm256_slli_epi16(_mm256_and_si256(s, Byte(1)), 3));
-  const __m256i zero = _mm256_setzero_si256();
-  const __m256i fullWidth =
-      _mm256_and_si256(_mm256_cmpeq_epi8(x, Byte(0xEF)),
-                       _mm256_cmpeq_epi8(_mm256_and_si256(s, Byte(0x3E)), Byte(0x3C)));
-  const __m256i punctuation = _mm256_and_si256(
-      _mm256_cmpeq_epi8(x, Byte(0xE2)),
-      _mm256_or_si256(_mm256_cmpeq_epi8(s, Byte(0x11)), _mm256_cmpeq_epi8(s, zero)));
-  const __m256i space = _mm256_and_si256(_mm256_cmpeq_epi8(x, Byte(0xE3)),
-                                         _mm256_cmpeq_epi8(_mm256_or_si256(s, t), zero));
-  const __m256i fullWidthBit = _mm256_and_si256(
-      _mm256_shuffle_epi8(_mm256_broadcastsi128_si256(_mm_loadu_si128(
-                              reinterpret_cast<const __m128i*>(kFullWidthBits.bytes))),
-                          row),
-      bit);
-  const __m256i punctuationBit = _mm256_and_si256(
-      _mm256_shuffle_epi8(_mm256_broadcastsi128_si256(_mm_loadu_si128(
-                              reinterpret_cast<const __m128i*>(kPunctuationBits.bytes))),
-                          row),
-      bit);
-  return _mm256_or_si256(
-      _mm256_or_si256(_mm256_andnot_si256(_mm256_cmpeq_epi8(fullWidthBit, zero), fullWidth),
-                      _mm256_andnot_si256(_mm256_cmpeq_epi8(punctuationBit, zero), punctuation)),
-      space);
+  const __m256i low = Byte(0x0F);
+  const __m256i classes = _mm256_and_si256(
+      _mm256_and_si256(Lookup(kChangeTables.lead, _mm256_and_si256(x, low)),
+                       _mm256_cmpeq_epi8(_mm256_and_si256(x, Byte(0xF0)), Byte(0xE0))),
+      _mm256_and_si256(
+          Lookup(kChangeTables.secondLow, _mm256_and_si256(s, low)),
+          Lookup(kChangeTables.secondHigh, _mm256_and_si256(_mm256_srli_epi16(s, 4), low))));
+  const __m256i thirds = _mm256_and_si256(
+      Lookup(kChangeTables.thirdLow, _mm256_and_si256(t, low)),
+      Lookup(kChangeTables.thirdHigh, _mm256_and_si256(_mm256_srli_epi16(t, 4), low)));
+  const __m256i space =
+      _mm256_and_si256(_mm256_cmpeq_epi8(x, Byte(0xE3)),
+                       _mm256_cmpeq_epi8(_mm256_or_si256(s, t), _mm256_setzero_si256()));
+  return _mm256_or_si256(_mm256_and_si256(classes, thirds), space);
+}
+
+// All ones in the bytes of the leads of `x` that change.
+CH_HELPER __m256i ChangeMask(__m256i x, __m256i s, __m256i t) {
+  return _mm256_xor_si256(_mm256_cmpeq_epi8(Changes(x, s, t), _mm256_setzero_si256()),
+                          _mm256_set1_epi8(-1));
 }
 
 // The byte each changing lead of `x` becomes: k + 0x20 (k + 0x60 for EF
@@ -661,7 +680,7 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
     for (int k = 0; k < 2; ++k) {
       s[k] = _mm256_and_si256(s[k], Byte(0x3F));
       t[k] = _mm256_and_si256(t[k], Byte(0x3F));
-      b.changes |= Bits(Changes(v[k], s[k], t[k]), k);
+      b.changes |= Bits(ChangeMask(v[k], s[k], t[k]), k);
     }
     if (Unchanged(b)) {
       // ... and the blocks after it that change nothing either, for as long
@@ -680,7 +699,7 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
     size_t at = 0;
     for (int k = 0; k < 2; ++k) {
       const __m256i data =
-          _mm256_blendv_epi8(v[k], Halves(v[k], s[k], t[k]), Changes(v[k], s[k], t[k]));
+          _mm256_blendv_epi8(v[k], Halves(v[k], s[k], t[k]), ChangeMask(v[k], s[k], t[k]));
       for (int half = 0; half < 2; ++half) {
         const uint64_t keep = plan.keep >> (32 * k + 16 * half);
         const __m128i lane =
