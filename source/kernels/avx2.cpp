@@ -510,8 +510,11 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
     } else {
       LoadPart(reinterpret_cast<const uint8_t*>(src + i), 2 * len, v);
     }
+    // Nonzero where a unit is not ASCII.
+    const __m256i nonAscii[2] = {_mm256_subs_epu16(v[0], _mm256_set1_epi16(0x7F)),
+                                 _mm256_subs_epu16(v[1], _mm256_set1_epi16(0x7F))};
     if (len == kUnits && cap - o >= kUnits &&
-        _mm256_testz_si256(_mm256_subs_epu16(_mm256_or_si256(v[0], v[1]), _mm256_set1_epi16(0x7F)),
+        _mm256_testz_si256(_mm256_or_si256(nonAscii[0], nonAscii[1]),
                            _mm256_set1_epi16(-1))) {  // 32 ASCII units
       _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o),
                           _mm256_permute4x64_epi64(_mm256_packus_epi16(v[0], v[1]), 0xD8));
@@ -520,8 +523,7 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
       continue;
     }
     if (len == kUnits && cap - o >= kUnits / 2 &&
-        _mm256_testz_si256(_mm256_subs_epu16(v[0], _mm256_set1_epi16(0x7F)),
-                           _mm256_set1_epi16(-1))) {  // 16 ASCII units, then others
+        _mm256_testz_si256(nonAscii[0], nonAscii[0])) {  // 16 ASCII units, then others
       _mm_storeu_si128(
           reinterpret_cast<__m128i*>(dst + o),
           _mm_packus_epi16(_mm256_castsi256_si128(v[0]), _mm256_extracti128_si256(v[0], 1)));
@@ -529,7 +531,11 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
       o += kUnits / 2;
       continue;
     }
-    const Utf16Units units = ClassifyUtf16(v, len);
+    // Others, then 16 ASCII units: the block ends before those, which start
+    // the next one.
+    const size_t take =
+        len == kUnits && _mm256_testz_si256(nonAscii[1], nonAscii[1]) ? kUnits / 2 : len;
+    const Utf16Units units = ClassifyUtf16(v, take);
     if (units.three == Below(kUnits) && units.surrogate == 0 && cap - o >= 3 * kUnits) {
       // 32 units of three bytes each (Chinese text).
       ThreeByteForms(v[0], dst + o);
@@ -539,9 +545,10 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
       continue;
     }
     const Utf16Plan plan = PlanUtf16(units, cap - o);
-    // Straight into place as in the run from UTF-8, the stores reaching up
-    // to 16 bytes past the block's output, when the block is taken whole.
-    const bool inPlace = !plan.stop && len == kUnits && cap - o >= 3 * kUnits + 16;
+    // Straight into place as in the run from UTF-8, when the block is taken
+    // whole and is of whole registers: the stores reach up to 16 bytes past
+    // its output, which are put back as they were.
+    const bool inPlace = !plan.stop && take % 16 == 0 && cap - o >= plan.bytes + 15;
     uint8_t local[3 * kUnits + 16];
     uint8_t* bytes = inPlace ? dst + o : local;
     const __m128i after =
@@ -555,7 +562,7 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
     size_t at[8];
     at[0] = 0;
     for (size_t g = 1; g < 8; ++g) at[g] = at[g - 1] + kFormSizes.size[index[g - 1]];
-    for (int k = 0; k < 2; ++k) {
+    for (int k = 0; 16 * static_cast<size_t>(k) < take; ++k) {
       __m256i first, second;
       EncodeUtf16(v[k], first, second);
       PackForms(first, second, index + 4 * k, bytes, at + 4 * k);
@@ -570,7 +577,7 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
       i += plan.count;
       break;
     }
-    i += len;
+    i += take;
   }
   ri = i;
   ro = o;
