@@ -1,6 +1,8 @@
 // SSE2 kernels, the x86-64 baseline: blocks of 64 bytes or 32 units in four
 // registers. SSE2 has no byte shuffle, so what a block keeps is moved one
-// unit at a time from a local copy, unless the block keeps all of it.
+// unit at a time from a local copy, unless the block keeps all of it or is
+// of one shape: ASCII, or Chinese text (three-byte characters, from UTF-8
+// eight at a time).
 #include <emmintrin.h>
 
 #include <cstdint>
