@@ -357,14 +357,19 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
       }
       continue;
     }
-    if (left.claimed == 0 && left.len == kBytes && ThreeByteLeads(v[0])) {
-      // Chinese text: 16 three-byte characters at a time for as long as it
-      // lasts. The next block starts at a character, so needs no bytes
-      // before it.
-      const size_t from = i;
-      for (; n - i >= 48 && cap - o >= 16 && ThreeByteChars(src + i, dst + o); i += 48, o += 16) {
+    // Chinese text: 16 three-byte characters at a time for as long as it
+    // lasts, from the first character not taken yet. The next block starts
+    // at a character, so needs no bytes before it.
+    const size_t start = i - left.open;
+    if (n - start >= kBytes &&
+        ThreeByteLeads(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + start)))) {
+      size_t at = start;
+      for (; n - at >= 48 && cap - o >= 16 && ThreeByteChars(src + at, dst + o);
+           at += 48, o += 16) {
       }
-      if (i != from) {
+      if (at != start) {
+        i = at;
+        left = Utf8Bytes{};
         prev = _mm256_setzero_si256();
         continue;
       }

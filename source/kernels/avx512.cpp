@@ -162,14 +162,20 @@ CH_RUN void Avx512Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* d
     }
     const __m512i high = _mm512_and_si512(x, Byte(0xF0));
     b.lead3 = _mm512_cmpeq_epi8_mask(high, Byte(0xE0));
-    if (b.claimed == 0 && b.lead3 == 0x9249249249249249) {
-      // Chinese text: 32 three-byte characters at a time for as long as it
-      // lasts. The next block starts at a character, so needs no bytes
-      // before it.
-      const size_t from = i;
-      for (; n - i >= 96 && cap - o >= 32 && ThreeByteChars(src + i, dst + o); i += 96, o += 32) {
+    // Chinese text: 32 three-byte characters at a time for as long as it
+    // lasts, from the first character not taken yet (its lead `b.open`
+    // bytes before the block). The next block starts at a character, so
+    // needs no bytes before it.
+    const size_t start = i - b.open;
+    if (n - start >= 96 && b.lead3 == 0x9249249249249249 << (3 - b.open) % 3) {
+      size_t at = start;
+      for (; n - at >= 96 && cap - o >= 32 && ThreeByteChars(src + at, dst + o);
+           at += 96, o += 32) {
       }
-      if (i != from) {
+      if (at != start) {
+        i = at;
+        b.claimed = 0;
+        b.open = 0;
         prev = _mm512_setzero_si512();
         continue;
       }

@@ -151,15 +151,21 @@ CH_TARGET void Sse2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
       prev = v[3];
       continue;
     }
-    if (left.claimed == 0 &&
-        _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_and_si128(v[0], Byte(0xF0)), Byte(0xE0))) == 0x9249) {
-      // Chinese text: eight three-byte characters at a time for as long as
-      // it lasts. The next block starts at a character, so needs no bytes
-      // before it.
-      const size_t from = i;
-      for (; n - i >= 26 && cap - o >= 8 && ThreeByteChars(src + i, dst + o); i += 24, o += 8) {
+    // Chinese text: eight three-byte characters at a time for as long as it
+    // lasts, from the first character not taken yet. The next block starts
+    // at a character, so needs no bytes before it.
+    const size_t start = i - left.open;
+    if (n - start >= 26 &&
+        _mm_movemask_epi8(_mm_cmpeq_epi8(
+            _mm_and_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(src + start)),
+                          Byte(0xF0)),
+            Byte(0xE0))) == 0x9249) {
+      size_t at = start;
+      for (; n - at >= 26 && cap - o >= 8 && ThreeByteChars(src + at, dst + o); at += 24, o += 8) {
       }
-      if (i != from) {
+      if (at != start) {
+        i = at;
+        left = Utf8Bytes{};
         prev = _mm_setzero_si128();
         continue;
       }
@@ -282,18 +288,22 @@ CH_TARGET void Sse2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
       o += kUnits;
       continue;
     }
-    __m128i notThree = _mm_setzero_si128();  // below U+0800, or a surrogate
+    // The registers of eight three-byte units from the block's start
+    // (Chinese text), of those the text fills.
+    unsigned threes = 0;
     for (int k = 0; k < 4; ++k) {
       const __m128i top = _mm_and_si128(v[k], _mm_set1_epi16(static_cast<short>(0xF800)));
-      notThree = _mm_or_si128(
-          notThree, _mm_or_si128(_mm_cmpeq_epi16(top, _mm_setzero_si128()),
-                                 _mm_cmpeq_epi16(top, _mm_set1_epi16(static_cast<short>(0xD800)))));
+      const __m128i notThree = _mm_or_si128(  // below U+0800, or a surrogate
+          _mm_cmpeq_epi16(top, _mm_setzero_si128()),
+          _mm_cmpeq_epi16(top, _mm_set1_epi16(static_cast<short>(0xD800))));
+      threes |= unsigned{_mm_movemask_epi8(notThree) == 0} << k;
     }
-    if (len == kUnits && cap - o >= 3 * kUnits && _mm_movemask_epi8(notThree) == 0) {
-      // 32 units of three bytes each (Chinese text).
-      for (int k = 0; k < 4; ++k) ThreeByteForms(v[k], dst + o + 24 * k);
-      i += kUnits;
-      o += 3 * kUnits;
+    const size_t whole = static_cast<size_t>(__builtin_ctz(~threes));
+    const size_t registers = whole < len / 8 ? whole : len / 8;
+    if (registers > 0 && cap - o >= 24 * registers) {
+      for (size_t k = 0; k < registers; ++k) ThreeByteForms(v[k], dst + o + 24 * k);
+      i += 8 * registers;
+      o += 24 * registers;
       continue;
     }
     const Utf16Units units = ClassifyUtf16(v, len);
