@@ -173,7 +173,7 @@ CH_HELPER void Store(const __m256i (&v)[2], void* block) {
   _mm256_storeu_si256(static_cast<__m256i*>(block) + 1, v[1]);
 }
 
-// The `count` bytes at `from` (fewer than 64), zero after them: the whole
+// The `count` bytes at `from` (64 at most), zero after them: the whole
 // dwords by masked loads, which touch no dword they leave out, the rest one
 // byte at a time.
 CH_HELPER void LoadPart(const uint8_t* from, size_t count, __m256i (&v)[2]) {
@@ -655,14 +655,15 @@ CH_HELPER bool ChangesNothing(const uint8_t* from, __m256i (&x)[2]) {
 CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* out, size_t& ro) {
   size_t i = ri;
   size_t o = ro;
-  uint8_t pad[kBytes + 2];
   HalfWidthBytes b = {};
   while (i < n) {
-    // The block and the two bytes after it, zero past the text's end.
-    const uint8_t* block = BlockAt(in, n, i, pad);
-    __m256i v[2];
-    Load(block, v);
     b.len = n - i < kBytes ? n - i : kBytes;
+    __m256i v[2];
+    if (b.len == kBytes) {
+      Load(in + i, v);
+    } else {
+      LoadPart(in + i, b.len, v);
+    }
     b.leads = Bits(_mm256_cmpeq_epi8(_mm256_and_si256(v[0], Byte(0xF0)), Byte(0xE0)), 0) |
               Bits(_mm256_cmpeq_epi8(_mm256_and_si256(v[1], Byte(0xF0)), Byte(0xE0)), 1);
     if ((b.leads | b.skip) == 0 && b.len == kBytes) {
@@ -684,10 +685,16 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
     }
     b.atEnd = n - i == b.len;
     b.ahead = n - i - b.len >= 2;
-    b.leadsAhead = IsThreeByteLead(block[kBytes]) | (IsThreeByteLead(block[kBytes + 1]) << 1);
+    // The bytes after each, zero past the text's end.
     __m256i s[2], t[2];
-    Load(block + 1, s);
-    Load(block + 2, t);
+    if (b.ahead) {
+      b.leadsAhead = IsThreeByteLead(in[i + kBytes]) | (IsThreeByteLead(in[i + kBytes + 1]) << 1);
+      Load(in + i + 1, s);
+      Load(in + i + 2, t);
+    } else {
+      LoadPart(in + i + 1, n - i - 1, s);
+      LoadPart(in + i + 2, n - i < 2 ? 0 : n - i - 2, t);
+    }
     b.changes = 0;
     for (int k = 0; k < 2; ++k) {
       s[k] = _mm256_and_si256(s[k], Byte(0x3F));
@@ -707,31 +714,36 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
       continue;
     }
     const HalfWidthPlan plan = PlanHalfWidth(b);
-    uint8_t bytes[kBytes + 8];
-    size_t at = 0;
-    for (int k = 0; k < 2; ++k) {
-      const __m256i data =
-          _mm256_blendv_epi8(v[k], Halves(v[k], s[k], t[k]), ChangeMask(v[k], s[k], t[k]));
-      for (int half = 0; half < 2; ++half) {
-        const uint64_t keep = plan.keep >> (32 * k + 16 * half);
-        const __m128i lane =
-            half == 0 ? _mm256_castsi256_si128(data) : _mm256_extracti128_si256(data, 1);
-        const __m128i rows = _mm_add_epi8(
-            _mm_unpacklo_epi64(
-                _mm_loadl_epi64(reinterpret_cast<const __m128i*>(kPackBytes.rows[keep & 0xFF])),
-                _mm_loadl_epi64(
-                    reinterpret_cast<const __m128i*>(kPackBytes.rows[(keep >> 8) & 0xFF]))),
-            _mm_set_epi64x(0x0808080808080808, 0));
-        const __m128i packed = _mm_shuffle_epi8(lane, rows);
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(bytes + at), packed);
-        at += CountOnes(keep & 0xFF);
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(bytes + at),
-                         _mm_unpackhi_epi64(packed, packed));
-        at += CountOnes(keep & 0xFF00);
+    if (plan.changes == 0 && plan.keep == Below(plan.consumed)) {  // as it is
+      memmove(out + o, in + i, plan.consumed);
+      o += plan.consumed;
+    } else {
+      uint8_t bytes[kBytes + 8];
+      size_t at = 0;
+      for (int k = 0; k < 2; ++k) {
+        const __m256i data =
+            _mm256_blendv_epi8(v[k], Halves(v[k], s[k], t[k]), ChangeMask(v[k], s[k], t[k]));
+        for (int half = 0; half < 2; ++half) {
+          const uint64_t keep = plan.keep >> (32 * k + 16 * half);
+          const __m128i lane =
+              half == 0 ? _mm256_castsi256_si128(data) : _mm256_extracti128_si256(data, 1);
+          const __m128i rows = _mm_add_epi8(
+              _mm_unpacklo_epi64(
+                  _mm_loadl_epi64(reinterpret_cast<const __m128i*>(kPackBytes.rows[keep & 0xFF])),
+                  _mm_loadl_epi64(
+                      reinterpret_cast<const __m128i*>(kPackBytes.rows[(keep >> 8) & 0xFF]))),
+              _mm_set_epi64x(0x0808080808080808, 0));
+          const __m128i packed = _mm_shuffle_epi8(lane, rows);
+          _mm_storel_epi64(reinterpret_cast<__m128i*>(bytes + at), packed);
+          at += CountOnes(keep & 0xFF);
+          _mm_storel_epi64(reinterpret_cast<__m128i*>(bytes + at),
+                           _mm_unpackhi_epi64(packed, packed));
+          at += CountOnes(keep & 0xFF00);
+        }
       }
+      memcpy(out + o, bytes, at);
+      o += at;
     }
-    memcpy(out + o, bytes, at);
-    o += at;
     if (plan.consumed != b.len) {
       i += plan.consumed;
       if (plan.stop) break;
