@@ -23,12 +23,11 @@ std::string MakeFifo(const std::string&) { return "Windows has no FIFOs"; }
 
 // The stack is the system's: the test that asks for a small one needs a FIFO.
 Thread::Thread(size_t, void (*body)(void*), void* arg)
-    : handle_(new std::thread(body, arg)), started_(true) {}
+    : body_(body), arg_(arg), handle_(new std::thread(body, arg)) {}
 
 Thread::~Thread() {
-  auto* thread = static_cast<std::thread*>(handle_);
-  thread->join();
-  delete thread;
+  static_cast<std::thread*>(handle_)->join();
+  delete static_cast<std::thread*>(handle_);
 }
 
 char* MapHugeText(const char*, std::string& whyNot) {
@@ -42,11 +41,6 @@ void UnmapHugeText(char*) {}
 
 namespace {
 
-struct Start {
-  void (*body)(void*);
-  void* arg;
-};
-
 constexpr uint64_t kRun = uint64_t{1} << 20, kRuns = 4097, kSpan = kRun * kRuns + 4096;
 
 // Under qemu-user every byte of the 4 GiB walks is translated code; the
@@ -59,12 +53,9 @@ std::string MakeFifo(const std::string& path) {
   return mkfifo(path.c_str(), 0600) == 0 ? "" : "mkfifo: " + std::string(strerror(errno));
 }
 
-Thread::Thread(size_t bytes, void (*body)(void*), void* arg) {
-  auto* start = new Start{body, arg};
-  const auto run = [](void* p) -> void* {
-    const Start s = *static_cast<Start*>(p);
-    delete static_cast<Start*>(p);
-    s.body(s.arg);
+Thread::Thread(size_t bytes, void (*body)(void*), void* arg) : body_(body), arg_(arg) {
+  const auto run = [](void* self) -> void* {
+    static_cast<Thread*>(self)->body_(static_cast<Thread*>(self)->arg_);
     return nullptr;
   };
   pthread_attr_t attr;
@@ -72,16 +63,16 @@ Thread::Thread(size_t bytes, void (*body)(void*), void* arg) {
   const size_t minimum = PTHREAD_STACK_MIN;  // 16 KiB on x86-64, 128 KiB on aarch64
   pthread_attr_setstacksize(&attr, bytes > minimum ? bytes : minimum);
   auto* thread = new pthread_t;
-  started_ = pthread_create(thread, &attr, run, start) == 0;
+  if (pthread_create(thread, &attr, run, this) == 0)
+    handle_ = thread;
+  else
+    delete thread;
   pthread_attr_destroy(&attr);
-  handle_ = thread;
-  if (!started_) delete start;
 }
 
 Thread::~Thread() {
-  auto* thread = static_cast<pthread_t*>(handle_);
-  if (started_) pthread_join(*thread, nullptr);
-  delete thread;
+  if (handle_ != nullptr) pthread_join(*static_cast<pthread_t*>(handle_), nullptr);
+  delete static_cast<pthread_t*>(handle_);
 }
 
 char* MapHugeText(const char* tail, std::string& whyNot) {

@@ -14,18 +14,19 @@ namespace platform {
 std::string MakeFifo(const std::string& path);
 
 // A thread that runs `body(arg)` on a stack of `bytes`, raised to the
-// platform's minimum where that is larger.
+// platform's minimum where that is larger; the destructor joins it.
 class Thread {
  public:
   Thread(size_t bytes, void (*body)(void*), void* arg);
   Thread(const Thread&) = delete;
   Thread& operator=(const Thread&) = delete;
-  ~Thread();  // joins
-  bool Started() const { return started_; }
+  ~Thread();
+  bool Started() const { return handle_ != nullptr; }
 
  private:
+  void (*body_)(void*);
+  void* arg_;
   void* handle_ = nullptr;
-  bool started_ = false;
 };
 
 // 4 GiB + 1 MiB of 'a' (one 1 MiB run mapped 4,097 times in a row), then a
