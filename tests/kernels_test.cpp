@@ -57,19 +57,9 @@ const std::pair<std::string, char16_t> kCharacters[] = {{"a", u'a'},
                                                         {"\xEE\x80\x80", 0xE000},
                                                         {"\xEF\xBF\xBF", 0xFFFF},
                                                         {"\xE4\xBD\xA0", 0x4F60}};
-const std::string kNotUtf8[] = {"\xF0\xA0\x80\x80",
-                                "\x80",
-                                "\xC0\x80",
-                                "\xC1\xBF",
-                                "\xE0\x9F\xBF",
-                                "\xED\xA0\x80",
-                                "\xFF",
-                                "\xC3"
-                                "a",
-                                "\xE4\xBD"
-                                "a",
-                                "\xE4\xBD",
-                                "\xC3"};
+const std::string kNotUtf8[] = {"\xF0\xA0\x80\x80", "\x80",         "\xC0\x80", "\xC1\xBF",
+                                "\xE0\x9F\xBF",     "\xED\xA0\x80", "\xFF",     "\xC3\x61",
+                                "\xE4\xBD\x61",     "\xE4\xBD",     "\xC3"};
 const std::u16string kNotUtf16[] = {u"\xD800", u"\xDBFF", u"\xDC00", u"\xDFFF"};
 // fullToHalf's units and what they become.
 const std::pair<std::string, std::string> kUnits[] = {{"a", "a"},

@@ -27,7 +27,9 @@ namespace commonhelpers_internal {
 // come before the terminator, cap the room before it) every character of its
 // kind, in order, and moves i and o past them. It stops right before the
 // first character that is not of its kind or does not fit; it never reads
-// src[n] or beyond, and writes nothing but the units it converted.
+// src[n] or beyond, never writes dst[cap + 1] or beyond, and leaves every unit
+// after the ones it converted as it found it (a level may store past them
+// and put back what was there).
 //
 // UTF-8 to UTF-16: the well-formed characters of one to three bytes.
 using Utf8To16Run = void (*)(const uint8_t* src, size_t n, size_t& i, uint16_t* dst, size_t cap,

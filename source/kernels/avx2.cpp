@@ -1,7 +1,8 @@
 // AVX2 kernels: blocks of 64 bytes or 32 units in two registers. What a
 // block keeps is packed eight 16-bit units, four characters or eight bytes at
-// a time by a byte shuffle from a table built at compile time, into a local
-// buffer, and copied out at its exact length.
+// a time by a byte shuffle from a table built at compile time, and stored in
+// place (near the end of the room, into a local buffer copied out at its
+// exact length). Chinese text from UTF-8 goes 16 characters at a time.
 #include <immintrin.h>
 
 #include <cstdint>
@@ -57,14 +58,9 @@ constexpr ShuffleRows PackBytes() {
 
 // The UTF-8 forms of four units, each in a 32-bit lane with its first byte
 // lowest: row m (bit j: unit j has two or more bytes, bit 4 + j: three)
-// moves the bytes each form uses to the front; `size` is their number.
-struct FormRows {
-  uint8_t rows[256][16];
-  uint8_t size[256];
-};
-
-constexpr FormRows PackForms() {
-  FormRows t{};
+// moves the bytes each form uses to the front.
+constexpr ShuffleRows PackForms() {
+  ShuffleRows t{};
   for (size_t m = 0; m < 256; ++m) {
     size_t to = 0;
     for (size_t unit = 0; unit < 4; ++unit) {
@@ -73,36 +69,71 @@ constexpr FormRows PackForms() {
         t.rows[m][to++] = static_cast<uint8_t>(4 * unit + byte);
       }
     }
-    t.size[m] = static_cast<uint8_t>(to);
+  }
+  return t;
+}
+
+// The number of bytes that row m of PackForms keeps.
+struct Sizes {
+  uint8_t size[256];
+};
+
+constexpr Sizes FormSizes() {
+  Sizes t{};
+  for (size_t m = 0; m < 256; ++m) {
+    t.size[m] = static_cast<uint8_t>(4 + CountOnes(m & 0xF) + CountOnes(m >> 4));
   }
   return t;
 }
 
 constexpr ShuffleRows kPackUnits = PackUnits();
 constexpr ShuffleRows kPackBytes = PackBytes();
-constexpr FormRows kPackForms = PackForms();
+constexpr ShuffleRows kPackForms = PackForms();
+constexpr Sizes kFormSizes = FormSizes();
 
-// fullToHalf's changes, by the lead and the low six bits of the byte after
-// it: EF 3C and EF 3D (the full-width forms, byte k + 0x20 and k + 0x60 for
-// the low six bits k of the third byte), E2 00 (dashes, '-'), E2 11 (circled
-// digits, k + 0x11) and E3 00 (the ideographic space, k = 0 only). Bit k & 7
-// of byte k >> 3 tells whether k changes; the first table holds EF 3C then EF
-// 3D, the second E2 00 then E2 11.
-struct Bitmaps {
-  uint8_t bytes[16];
+// fullToHalf's changes: a lead changes when it is E3 with two bytes of low
+// six bits 0 (the ideographic space), or when the bits of three lookups on
+// its own low nibble and the two nibbles of the low six bits of the byte
+// after it (the class: EF 3C and EF 3D, the full-width forms, E2 00, dashes,
+// E2 11, circled digits) meet the bits of two lookups on the nibbles of the
+// low six bits of the third byte. A class's changes with the same high
+// nibble of the third byte take one bit of their own.
+struct ChangeTables {
+  uint8_t lead[16];
+  uint8_t secondLow[16];
+  uint8_t secondHigh[16];
+  uint8_t thirdLow[16];
+  uint8_t thirdHigh[16];
+  size_t bits;
 };
 
-constexpr Bitmaps ChangeBits(uint32_t first, uint32_t second) {
-  Bitmaps t{};
-  for (uint32_t k = 0; k < 64; ++k) {
-    t.bytes[k >> 3] |= static_cast<uint8_t>((HalfWidthOf(first | k) != 0) << (k & 7));
-    t.bytes[8 + (k >> 3)] |= static_cast<uint8_t>((HalfWidthOf(second | k) != 0) << (k & 7));
+constexpr ChangeTables MakeChangeTables() {
+  ChangeTables t{};
+  const uint8_t classes[][2] = {{0xF, 0x3C}, {0xF, 0x3D}, {0x2, 0x00}, {0x2, 0x11}};
+  for (const auto& c : classes) {
+    for (uint8_t high = 0; high < 4; ++high) {
+      uint32_t lows = 0;
+      for (uint8_t low = 0; low < 16; ++low) {
+        const uint32_t unit = ThreeByteUnit(static_cast<uint8_t>(0xE0 | c[0]), c[1],
+                                            static_cast<uint8_t>(high << 4 | low));
+        lows |= uint32_t{HalfWidthOf(unit) != 0} << low;
+      }
+      if (lows == 0) continue;
+      const uint8_t bit = static_cast<uint8_t>(1u << t.bits++);
+      t.lead[c[0]] |= bit;
+      t.secondLow[c[1] & 0xF] |= bit;
+      t.secondHigh[c[1] >> 4] |= bit;
+      t.thirdHigh[high] |= bit;
+      for (size_t low = 0; low < 16; ++low) {
+        if ((lows >> low) & 1) t.thirdLow[low] |= bit;
+      }
+    }
   }
   return t;
 }
 
-constexpr Bitmaps kFullWidthBits = ChangeBits(0xFF00, 0xFF40);
-constexpr Bitmaps kPunctuationBits = ChangeBits(0x2000, 0x2440);
+constexpr ChangeTables kChangeTables = MakeChangeTables();
+static_assert(kChangeTables.bits <= 8, "one bit of a byte for each class and high nibble");
 
 constexpr bool HalvesFollowTheTable() {
   for (uint32_t k = 0; k < 64; ++k) {
@@ -142,7 +173,7 @@ CH_HELPER void Store(const __m256i (&v)[2], void* block) {
   _mm256_storeu_si256(static_cast<__m256i*>(block) + 1, v[1]);
 }
 
-// The `count` bytes at `from` (fewer than 64), zero after them: the whole
+// The `count` bytes at `from` (64 at most), zero after them: the whole
 // dwords by masked loads, which touch no dword they leave out, the rest one
 // byte at a time.
 CH_HELPER void LoadPart(const uint8_t* from, size_t count, __m256i (&v)[2]) {
@@ -212,55 +243,52 @@ CH_HELPER void DecodeUtf8(const __m256i (&v)[2], __m256i prev, int k, __m256i& f
   second = _mm256_unpackhi_epi8(low, hi);
 }
 
-// Copies `size` bytes of a local buffer, at most 128, in pieces of up to 32
-// bytes, the last one overlapping the one before it.
-CH_HELPER void CopyOut(void* to, const void* from, size_t size) {
-  uint8_t* d = static_cast<uint8_t*>(to);
-  const uint8_t* s = static_cast<const uint8_t*>(from);
-  if (size >= 32) {
-    for (size_t k = 0; k + 32 < size; k += 32) {
-      _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + k),
-                          _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + k)));
-    }
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + size - 32),
-                        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + size - 32)));
-  } else if (size >= 16) {
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(d),
-                     _mm_loadu_si128(reinterpret_cast<const __m128i*>(s)));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(d + size - 16),
-                     _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + size - 16)));
-  } else {
-    memcpy(d, s, size);
+// 16 three-byte characters, the 48 bytes at `from`, as units at `to`; false,
+// with nothing written, unless all of them are well formed. Each is spread
+// over a 32-bit lane (lead lowest): 12 bytes per 128-bit lane.
+CH_HELPER bool ThreeByteChars(const uint8_t* from, uint16_t* to) {
+  const __m256i spread = _mm256_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1, 0,
+                                          1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
+  const __m256i chars[2] = {
+      _mm256_shuffle_epi8(
+          _mm256_permutevar8x32_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(from)),
+                                      _mm256_setr_epi32(0, 1, 2, 0, 3, 4, 5, 0)),
+          spread),
+      _mm256_shuffle_epi8(_mm256_permutevar8x32_epi32(
+                              _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + 16)),
+                              _mm256_setr_epi32(2, 3, 4, 0, 5, 6, 7, 0)),
+                          spread)};
+  __m256i units[2];
+  __m256i wrong = _mm256_setzero_si256();
+  for (int k = 0; k < 2; ++k) {
+    const __m256i c = chars[k];
+    units[k] = _mm256_or_si256(
+        _mm256_or_si256(_mm256_slli_epi32(_mm256_and_si256(c, _mm256_set1_epi32(0x0F)), 12),
+                        _mm256_srli_epi32(_mm256_and_si256(c, _mm256_set1_epi32(0x3F00)), 2)),
+        _mm256_and_si256(_mm256_srli_epi32(c, 16), _mm256_set1_epi32(0x3F)));
+    // Not 1110xxxx 10xxxxxx 10xxxxxx, overlong (below U+0800) or a surrogate.
+    const __m256i top = _mm256_and_si256(units[k], _mm256_set1_epi32(0xF800));
+    wrong = _mm256_or_si256(
+        wrong,
+        _mm256_or_si256(
+            _mm256_xor_si256(_mm256_cmpeq_epi32(_mm256_and_si256(c, _mm256_set1_epi32(0xC0C0F0)),
+                                                _mm256_set1_epi32(0x8080E0)),
+                             _mm256_set1_epi32(-1)),
+            _mm256_or_si256(_mm256_cmpeq_epi32(top, _mm256_setzero_si256()),
+                            _mm256_cmpeq_epi32(top, _mm256_set1_epi32(0xD800)))));
   }
+  if (!_mm256_testz_si256(wrong, wrong)) return false;
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(to),
+                      _mm256_permute4x64_epi64(_mm256_packus_epi32(units[0], units[1]), 0xD8));
+  return true;
 }
 
-// Where a block's output is packed, one of two local buffers: it is copied
-// out while the next block is worked on, when the stores that filled it are
-// done (a copy right after them would wait for them).
-template <typename Unit, size_t size>
-class Outbox {
- public:
-  explicit Outbox(Unit* to) : to_(to) {}
-  Unit* Buffer() { return buffers_[current_]; }
-  // Copies out the block before, and keeps this block's first `count` units
-  // for `to`.
-  CH_HELPER void Post(Unit* to, size_t count) {
-    Flush();
-    to_ = to;
-    count_ = count;
-    current_ ^= 1;
-  }
-  CH_HELPER void Flush() {
-    CopyOut(to_, buffers_[current_ ^ 1], count_ * sizeof(Unit));
-    count_ = 0;
-  }
-
- private:
-  Unit buffers_[2][size];
-  int current_ = 0;
-  Unit* to_;
-  size_t count_ = 0;
-};
+// Whether the 32 bytes of `x` have the leads of 3-byte characters that start
+// at its first byte, as Chinese text has.
+CH_HELPER bool ThreeByteLeads(__m256i x) {
+  return static_cast<uint32_t>(_mm256_movemask_epi8(
+             _mm256_cmpeq_epi8(_mm256_and_si256(x, Byte(0xF0)), Byte(0xE0)))) == 0x49249249;
+}
 
 // Two rows of a shuffle table, one per 128-bit lane.
 CH_HELPER __m256i Rows(const uint8_t* lane0, const uint8_t* lane1) {
@@ -300,7 +328,6 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
   size_t o = ro;
   Utf8Bytes left = {};
   __m256i prev = _mm256_setzero_si256();
-  Outbox<uint16_t, kBytes> outbox(dst + o);
   while (i < n) {
     __m256i v[2];
     left.len = n - i < kBytes ? n - i : kBytes;
@@ -330,10 +357,36 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
       }
       continue;
     }
+    // Chinese text: 16 three-byte characters at a time for as long as it
+    // lasts, from the first character not taken yet. The next block starts
+    // at a character, so needs no bytes before it.
+    const size_t start = i - left.open;
+    if (n - start >= kBytes &&
+        ThreeByteLeads(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + start)))) {
+      size_t at = start;
+      for (; n - at >= 48 && cap - o >= 16 && ThreeByteChars(src + at, dst + o);
+           at += 48, o += 16) {
+      }
+      if (at != start) {
+        i = at;
+        left = Utf8Bytes{};
+        prev = _mm256_setzero_si256();
+        continue;
+      }
+    }
     left.atEnd = n - i == left.len;
     const Utf8Bytes b = ClassifyUtf8(v, prev, left);
     const Utf8Plan plan = PlanUtf8(b, cap - o);
-    uint16_t* units = outbox.Buffer();
+    // Each group's store writes a whole lane, past the units it keeps, which
+    // the next one covers; the last reaches up to 7 units past the block's
+    // output, which are put back as they were. Where the room ends sooner,
+    // the block goes to a local buffer first.
+    const bool inPlace = cap - o >= plan.count + 7;
+    uint16_t local[kBytes + 8];
+    uint16_t* units = inPlace ? dst + o : local;
+    const __m128i after =
+        inPlace ? _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + plan.count))
+                : _mm_setzero_si128();
     size_t at[8];
     for (size_t g = 0; g < 8; ++g) at[g] = CountOnes(plan.ends & Below(8 * g));
     for (int k = 0; k < 2; ++k) {
@@ -341,7 +394,11 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
       DecodeUtf8(v, prev, k, first, second);
       PackUnits(first, second, static_cast<uint32_t>(plan.ends >> (32 * k)), units, at + 4 * k);
     }
-    outbox.Post(dst + o, plan.count);
+    if (inPlace) {
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(units + plan.count), after);
+    } else {
+      memcpy(dst + o, local, plan.count * sizeof(uint16_t));
+    }
     o += plan.count;
     if (plan.stop) {
       i = i - b.open + plan.resume;
@@ -351,7 +408,6 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
     left = plan.next;
     prev = v[1];
   }
-  outbox.Flush();
   ri = i;
   ro = o;
 }
@@ -376,6 +432,14 @@ CH_HELPER Utf16Units ClassifyUtf16(const __m256i (&v)[2], size_t len) {
           UnitBits(_mm256_cmpeq_epi16(_mm256_and_si256(v[0], topBits), surrogate),
                    _mm256_cmpeq_epi16(_mm256_and_si256(v[1], topBits), surrogate)),
           len};
+}
+
+// Nibble g of `bits` in the low half of byte g.
+inline uint64_t NibbleBytes(uint32_t bits) {
+  uint64_t spread = bits;
+  spread = (spread | spread << 16) & 0x0000FFFF0000FFFF;
+  spread = (spread | spread << 8) & 0x00FF00FF00FF00FF;
+  return (spread | spread << 4) & 0x0F0F0F0F0F0F0F0F;
 }
 
 // Each unit's UTF-8 form in a 32-bit lane, first byte lowest, unused bytes
@@ -416,11 +480,33 @@ CH_HELPER void PackForms(__m256i first, __m256i second, const uint8_t* index, ui
   _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at[3]), _mm256_extracti128_si256(odd, 1));
 }
 
+// The 16 units of `units`, none below U+0800 and no surrogate, as the 48
+// bytes of their three-byte forms at `to`, in four stores of 12 bytes each
+// (three of them whole lanes, covered by the next).
+CH_HELPER void ThreeByteForms(__m256i units, uint8_t* to) {
+  const __m256i firstTwo = _mm256_or_si256(
+      _mm256_or_si256(_mm256_srli_epi16(units, 12), _mm256_set1_epi16(static_cast<short>(0x80E0))),
+      _mm256_and_si256(_mm256_slli_epi16(units, 2), _mm256_set1_epi16(0x3F00)));
+  const __m256i last =
+      _mm256_or_si256(_mm256_and_si256(units, _mm256_set1_epi16(0x3F)), _mm256_set1_epi16(0x80));
+  const __m256i pack = _mm256_broadcastsi128_si256(
+      _mm_loadu_si128(reinterpret_cast<const __m128i*>(kPackForms.rows[0xFF])));
+  // Units 0-3 and 8-11, then 4-7 and 12-15.
+  const __m256i low = _mm256_shuffle_epi8(_mm256_unpacklo_epi16(firstTwo, last), pack);
+  const __m256i high = _mm256_shuffle_epi8(_mm256_unpackhi_epi16(firstTwo, last), pack);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm256_castsi256_si128(low));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(to + 12), _mm256_castsi256_si128(high));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(to + 24), _mm256_extracti128_si256(low, 1));
+  const __m128i end = _mm256_extracti128_si256(high, 1);
+  _mm_storel_epi64(reinterpret_cast<__m128i*>(to + 36), end);
+  const uint32_t lastFour = static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_srli_si128(end, 8)));
+  memcpy(to + 44, &lastFour, 4);
+}
+
 CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* dst, size_t cap,
                             size_t& ro) {
   size_t i = ri;
   size_t o = ro;
-  Outbox<uint8_t, 3 * kUnits + 16> outbox(dst + o);
   while (i < n) {
     __m256i v[2];
     const size_t len = n - i < kUnits ? n - i : kUnits;
@@ -429,72 +515,107 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
     } else {
       LoadPart(reinterpret_cast<const uint8_t*>(src + i), 2 * len, v);
     }
-    const Utf16Units units = ClassifyUtf16(v, len);
-    if (units.twoOrMore == 0 && len == kUnits && cap - o >= kUnits) {  // 32 ASCII units
+    // Nonzero where a unit is not ASCII.
+    const __m256i nonAscii[2] = {_mm256_subs_epu16(v[0], _mm256_set1_epi16(0x7F)),
+                                 _mm256_subs_epu16(v[1], _mm256_set1_epi16(0x7F))};
+    if (len == kUnits && cap - o >= kUnits &&
+        _mm256_testz_si256(_mm256_or_si256(nonAscii[0], nonAscii[1]),
+                           _mm256_set1_epi16(-1))) {  // 32 ASCII units
       _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o),
                           _mm256_permute4x64_epi64(_mm256_packus_epi16(v[0], v[1]), 0xD8));
       i += kUnits;
       o += kUnits;
       continue;
     }
-    const Utf16Plan plan = PlanUtf16(units, cap - o);
-    uint8_t* bytes = outbox.Buffer();
-    uint8_t index[8];
-    size_t at[9] = {0};
-    for (size_t g = 0; g < 8; ++g) {
-      index[g] = static_cast<uint8_t>(((units.twoOrMore >> (4 * g)) & 0xF) |
-                                      (((units.three >> (4 * g)) & 0xF) << 4));
-      at[g + 1] = at[g] + kPackForms.size[index[g]];
+    if (len == kUnits && cap - o >= kUnits / 2 &&
+        _mm256_testz_si256(nonAscii[0], nonAscii[0])) {  // 16 ASCII units, then others
+      _mm_storeu_si128(
+          reinterpret_cast<__m128i*>(dst + o),
+          _mm_packus_epi16(_mm256_castsi256_si128(v[0]), _mm256_extracti128_si256(v[0], 1)));
+      i += kUnits / 2;
+      o += kUnits / 2;
+      continue;
     }
-    for (int k = 0; k < 2; ++k) {
+    // Others, then 16 ASCII units: the block ends before those, which start
+    // the next one.
+    const size_t take =
+        len == kUnits && _mm256_testz_si256(nonAscii[1], nonAscii[1]) ? kUnits / 2 : len;
+    const Utf16Units units = ClassifyUtf16(v, take);
+    if (units.three == Below(kUnits) && units.surrogate == 0 && cap - o >= 3 * kUnits) {
+      // 32 units of three bytes each (Chinese text).
+      ThreeByteForms(v[0], dst + o);
+      ThreeByteForms(v[1], dst + o + 48);
+      i += kUnits;
+      o += 3 * kUnits;
+      continue;
+    }
+    const Utf16Plan plan = PlanUtf16(units, cap - o);
+    // Straight into place as in the run from UTF-8, when the block is taken
+    // whole and is of whole registers: the stores reach up to 16 bytes past
+    // its output, which are put back as they were.
+    const bool inPlace = !plan.stop && take % 16 == 0 && cap - o >= plan.bytes + 15;
+    uint8_t local[3 * kUnits + 16];
+    uint8_t* bytes = inPlace ? dst + o : local;
+    const __m128i after =
+        inPlace ? _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + plan.bytes))
+                : _mm_setzero_si128();
+    // Byte g of `rows`: the row of units 4g to 4g + 3 (see PackForms).
+    const uint64_t rows = NibbleBytes(static_cast<uint32_t>(units.twoOrMore)) |
+                          NibbleBytes(static_cast<uint32_t>(units.three)) << 4;
+    uint8_t index[8];
+    memcpy(index, &rows, sizeof index);
+    size_t at[8];
+    at[0] = 0;
+    for (size_t g = 1; g < 8; ++g) at[g] = at[g - 1] + kFormSizes.size[index[g - 1]];
+    for (int k = 0; 16 * static_cast<size_t>(k) < take; ++k) {
       __m256i first, second;
       EncodeUtf16(v[k], first, second);
       PackForms(first, second, index + 4 * k, bytes, at + 4 * k);
     }
-    outbox.Post(dst + o, plan.bytes);
+    if (inPlace) {
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes + plan.bytes), after);
+    } else {
+      memcpy(dst + o, local, plan.bytes);
+    }
     o += plan.bytes;
     if (plan.stop) {
       i += plan.count;
       break;
     }
-    i += len;
+    i += take;
   }
-  outbox.Flush();
   ri = i;
   ro = o;
 }
 
-// Which leads of `x` change, from the low six bits `s` and `t` of the two
-// bytes after each: bit 0 of `s` picks the half of both bitmap tables.
+CH_HELPER __m256i Lookup(const uint8_t (&table)[16], __m256i index) {
+  return _mm256_shuffle_epi8(
+      _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(table))), index);
+}
+
+// Nonzero in the bytes of the leads of `x` that change, from the low six
+// bits `s` and `t` of the two bytes after each (see ChangeTables).
 CH_HELPER __m256i Changes(__m256i x, __m256i s, __m256i t) {
-  const __m256i bit =
-      _mm256_shuffle_epi8(_mm256_setr_epi64x(0x8040201008040201, 0, 0x8040201008040201, 0),
-                          _mm256_and_si256(t, Byte(7)));
-  const __m256i row = _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(t, 3), Byte(7)),
-                                      _mm256_slli_epi16(_mm256_and_si256(s, Byte(1)), 3));
-  const __m256i zero = _mm256_setzero_si256();
-  const __m256i fullWidth =
-      _mm256_and_si256(_mm256_cmpeq_epi8(x, Byte(0xEF)),
-                       _mm256_cmpeq_epi8(_mm256_and_si256(s, Byte(0x3E)), Byte(0x3C)));
-  const __m256i punctuation = _mm256_and_si256(
-      _mm256_cmpeq_epi8(x, Byte(0xE2)),
-      _mm256_or_si256(_mm256_cmpeq_epi8(s, Byte(0x11)), _mm256_cmpeq_epi8(s, zero)));
-  const __m256i space = _mm256_and_si256(_mm256_cmpeq_epi8(x, Byte(0xE3)),
-                                         _mm256_cmpeq_epi8(_mm256_or_si256(s, t), zero));
-  const __m256i fullWidthBit = _mm256_and_si256(
-      _mm256_shuffle_epi8(_mm256_broadcastsi128_si256(_mm_loadu_si128(
-                              reinterpret_cast<const __m128i*>(kFullWidthBits.bytes))),
-                          row),
-      bit);
-  const __m256i punctuationBit = _mm256_and_si256(
-      _mm256_shuffle_epi8(_mm256_broadcastsi128_si256(_mm_loadu_si128(
-                              reinterpret_cast<const __m128i*>(kPunctuationBits.bytes))),
-                          row),
-      bit);
-  return _mm256_or_si256(
-      _mm256_or_si256(_mm256_andnot_si256(_mm256_cmpeq_epi8(fullWidthBit, zero), fullWidth),
-                      _mm256_andnot_si256(_mm256_cmpeq_epi8(punctuationBit, zero), punctuation)),
-      space);
+  const __m256i low = Byte(0x0F);
+  const __m256i classes = _mm256_and_si256(
+      _mm256_and_si256(Lookup(kChangeTables.lead, _mm256_and_si256(x, low)),
+                       _mm256_cmpeq_epi8(_mm256_and_si256(x, Byte(0xF0)), Byte(0xE0))),
+      _mm256_and_si256(
+          Lookup(kChangeTables.secondLow, _mm256_and_si256(s, low)),
+          Lookup(kChangeTables.secondHigh, _mm256_and_si256(_mm256_srli_epi16(s, 4), low))));
+  const __m256i thirds = _mm256_and_si256(
+      Lookup(kChangeTables.thirdLow, _mm256_and_si256(t, low)),
+      Lookup(kChangeTables.thirdHigh, _mm256_and_si256(_mm256_srli_epi16(t, 4), low)));
+  const __m256i space =
+      _mm256_and_si256(_mm256_cmpeq_epi8(x, Byte(0xE3)),
+                       _mm256_cmpeq_epi8(_mm256_or_si256(s, t), _mm256_setzero_si256()));
+  return _mm256_or_si256(_mm256_and_si256(classes, thirds), space);
+}
+
+// All ones in the bytes of the leads of `x` that change.
+CH_HELPER __m256i ChangeMask(__m256i x, __m256i s, __m256i t) {
+  return _mm256_xor_si256(_mm256_cmpeq_epi8(Changes(x, s, t), _mm256_setzero_si256()),
+                          _mm256_set1_epi8(-1));
 }
 
 // The byte each changing lead of `x` becomes: k + 0x20 (k + 0x60 for EF
@@ -508,17 +629,41 @@ CH_HELPER __m256i Halves(__m256i x, __m256i s, __m256i t) {
   return _mm256_blendv_epi8(wide, narrow, _mm256_cmpeq_epi8(x, Byte(0xE2)));
 }
 
+// Whether the 64 bytes at `from` (and two more after them) hold a lead and
+// change nothing: no unit changes and none holds another lead. `x` receives
+// them. A block without a lead is left to the loop of those, which is faster.
+CH_HELPER bool ChangesNothing(const uint8_t* from, __m256i (&x)[2]) {
+  __m256i s[2], t[2];
+  Load(from, x);
+  Load(from + 1, s);
+  Load(from + 2, t);
+  __m256i leads = _mm256_setzero_si256();
+  __m256i odd = _mm256_setzero_si256();
+  for (int k = 0; k < 2; ++k) {
+    const __m256i lead = _mm256_cmpeq_epi8(_mm256_and_si256(x[k], Byte(0xF0)), Byte(0xE0));
+    const __m256i leadAfter =
+        _mm256_or_si256(_mm256_cmpeq_epi8(_mm256_and_si256(s[k], Byte(0xF0)), Byte(0xE0)),
+                        _mm256_cmpeq_epi8(_mm256_and_si256(t[k], Byte(0xF0)), Byte(0xE0)));
+    leads = _mm256_or_si256(leads, lead);
+    odd = _mm256_or_si256(odd, _mm256_or_si256(_mm256_and_si256(lead, leadAfter),
+                                               Changes(x[k], _mm256_and_si256(s[k], Byte(0x3F)),
+                                                       _mm256_and_si256(t[k], Byte(0x3F)))));
+  }
+  return _mm256_testz_si256(odd, odd) && !_mm256_testz_si256(leads, leads);
+}
+
 CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* out, size_t& ro) {
   size_t i = ri;
   size_t o = ro;
-  uint8_t pad[kBytes + 2];
   HalfWidthBytes b = {};
   while (i < n) {
-    // The block and the two bytes after it, zero past the text's end.
-    const uint8_t* block = BlockAt(in, n, i, pad);
-    __m256i v[2];
-    Load(block, v);
     b.len = n - i < kBytes ? n - i : kBytes;
+    __m256i v[2];
+    if (b.len == kBytes) {
+      Load(in + i, v);
+    } else {
+      LoadPart(in + i, b.len, v);
+    }
     b.leads = Bits(_mm256_cmpeq_epi8(_mm256_and_si256(v[0], Byte(0xF0)), Byte(0xE0)), 0) |
               Bits(_mm256_cmpeq_epi8(_mm256_and_si256(v[1], Byte(0xF0)), Byte(0xE0)), 1);
     if ((b.leads | b.skip) == 0 && b.len == kBytes) {
@@ -540,49 +685,65 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
     }
     b.atEnd = n - i == b.len;
     b.ahead = n - i - b.len >= 2;
-    b.leadsAhead = IsThreeByteLead(block[kBytes]) | (IsThreeByteLead(block[kBytes + 1]) << 1);
+    // The bytes after each, zero past the text's end.
     __m256i s[2], t[2];
-    Load(block + 1, s);
-    Load(block + 2, t);
+    if (b.ahead) {
+      b.leadsAhead = IsThreeByteLead(in[i + kBytes]) | (IsThreeByteLead(in[i + kBytes + 1]) << 1);
+      Load(in + i + 1, s);
+      Load(in + i + 2, t);
+    } else {
+      LoadPart(in + i + 1, n - i - 1, s);
+      LoadPart(in + i + 2, n - i < 2 ? 0 : n - i - 2, t);
+    }
     b.changes = 0;
     for (int k = 0; k < 2; ++k) {
       s[k] = _mm256_and_si256(s[k], Byte(0x3F));
       t[k] = _mm256_and_si256(t[k], Byte(0x3F));
-      b.changes |= Bits(Changes(v[k], s[k], t[k]), k);
+      b.changes |= Bits(ChangeMask(v[k], s[k], t[k]), k);
     }
     if (Unchanged(b)) {
+      // ... and the blocks after it that change nothing either, for as long
+      // as they last (Chinese and mixed text).
       Store(v, out + o);
-      i += kBytes;
-      o += kBytes;
+      __m256i next[2];
+      for (i += kBytes, o += kBytes; n - i >= kBytes + 2 && ChangesNothing(in + i, next);
+           i += kBytes, o += kBytes) {
+        Store(next, out + o);
+      }
       b.skip = 0;
       continue;
     }
     const HalfWidthPlan plan = PlanHalfWidth(b);
-    uint8_t bytes[kBytes + 8];
-    size_t at = 0;
-    for (int k = 0; k < 2; ++k) {
-      const __m256i data =
-          _mm256_blendv_epi8(v[k], Halves(v[k], s[k], t[k]), Changes(v[k], s[k], t[k]));
-      for (int half = 0; half < 2; ++half) {
-        const uint64_t keep = plan.keep >> (32 * k + 16 * half);
-        const __m128i lane =
-            half == 0 ? _mm256_castsi256_si128(data) : _mm256_extracti128_si256(data, 1);
-        const __m128i rows = _mm_add_epi8(
-            _mm_unpacklo_epi64(
-                _mm_loadl_epi64(reinterpret_cast<const __m128i*>(kPackBytes.rows[keep & 0xFF])),
-                _mm_loadl_epi64(
-                    reinterpret_cast<const __m128i*>(kPackBytes.rows[(keep >> 8) & 0xFF]))),
-            _mm_set_epi64x(0x0808080808080808, 0));
-        const __m128i packed = _mm_shuffle_epi8(lane, rows);
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(bytes + at), packed);
-        at += CountOnes(keep & 0xFF);
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(bytes + at),
-                         _mm_unpackhi_epi64(packed, packed));
-        at += CountOnes(keep & 0xFF00);
+    if (plan.changes == 0 && plan.keep == Below(plan.consumed)) {  // as it is
+      memmove(out + o, in + i, plan.consumed);
+      o += plan.consumed;
+    } else {
+      uint8_t bytes[kBytes + 8];
+      size_t at = 0;
+      for (int k = 0; k < 2; ++k) {
+        const __m256i data =
+            _mm256_blendv_epi8(v[k], Halves(v[k], s[k], t[k]), ChangeMask(v[k], s[k], t[k]));
+        for (int half = 0; half < 2; ++half) {
+          const uint64_t keep = plan.keep >> (32 * k + 16 * half);
+          const __m128i lane =
+              half == 0 ? _mm256_castsi256_si128(data) : _mm256_extracti128_si256(data, 1);
+          const __m128i rows = _mm_add_epi8(
+              _mm_unpacklo_epi64(
+                  _mm_loadl_epi64(reinterpret_cast<const __m128i*>(kPackBytes.rows[keep & 0xFF])),
+                  _mm_loadl_epi64(
+                      reinterpret_cast<const __m128i*>(kPackBytes.rows[(keep >> 8) & 0xFF]))),
+              _mm_set_epi64x(0x0808080808080808, 0));
+          const __m128i packed = _mm_shuffle_epi8(lane, rows);
+          _mm_storel_epi64(reinterpret_cast<__m128i*>(bytes + at), packed);
+          at += CountOnes(keep & 0xFF);
+          _mm_storel_epi64(reinterpret_cast<__m128i*>(bytes + at),
+                           _mm_unpackhi_epi64(packed, packed));
+          at += CountOnes(keep & 0xFF00);
+        }
       }
+      memcpy(out + o, bytes, at);
+      o += at;
     }
-    CopyOut(out + o, bytes, at);
-    o += at;
     if (plan.consumed != b.len) {
       i += plan.consumed;
       if (plan.stop) break;

@@ -1,7 +1,8 @@
 // AVX-512 kernels (F, BW, VBMI and VBMI2): blocks of 64 bytes or 32 units in
 // one register. The last block is a masked load, what a block keeps is packed
 // by the byte compress instruction, and every store is masked to the units
-// it writes, so no block needs a copy.
+// it writes, so no block needs a copy. Chinese text from UTF-8 goes 32
+// characters at a time.
 #include <immintrin.h>
 
 #include <cstdint>
@@ -50,6 +51,15 @@ constexpr Indexes Interleaved(int half) {
   return t;
 }
 
+// ... or, for byte k of each 32-bit lane j, byte 3j + k (k < 3) of 48 bytes:
+// one three-byte character per lane, its lead lowest (the top byte unused).
+constexpr Indexes Spread3() {
+  Indexes t{};
+  for (int j = 0; j < 64; ++j)
+    t.bytes[j] = static_cast<uint8_t>(j % 4 < 3 ? 3 * (j / 4) + j % 4 : 0);
+  return t;
+}
+
 // What each three-byte character of fullToHalf's candidates becomes: by the
 // low six bits of its third byte, for the leads EF with second byte 3C, then
 // 3D (in `first` and `second`), and E2 with 00, then 11.
@@ -71,6 +81,7 @@ constexpr Indexes kBefore1 = Shifted(-1);
 constexpr Indexes kBefore2 = Shifted(-2);
 constexpr Indexes kUnitsLow = Interleaved(0);
 constexpr Indexes kUnitsHigh = Interleaved(1);
+constexpr Indexes kSpread3 = Spread3();
 constexpr HalfTable kFullWidth = Halves(0xFF00, 0xFF40);
 constexpr HalfTable kPunctuation = Halves(0x2000, 0x2440);
 
@@ -90,6 +101,35 @@ CH_HELPER __m512i Load(const Indexes& t) { return _mm512_load_si512(t.bytes); }
 CH_HELPER void Widen(__m512i x, uint16_t* dst) {
   _mm512_storeu_si512(dst, _mm512_cvtepu8_epi16(_mm512_maskz_extracti64x4_epi64(0xF, x, 0)));
   _mm512_storeu_si512(dst + 32, _mm512_cvtepu8_epi16(_mm512_maskz_extracti64x4_epi64(0xF, x, 1)));
+}
+
+// 32 three-byte characters, the 96 bytes at `from`, as units at `to`; false,
+// with nothing written, unless all of them are well formed.
+CH_HELPER bool ThreeByteChars(const uint8_t* from, uint16_t* to) {
+  __m512i units[2];
+  __mmask16 right = 0xFFFF;
+  for (int k = 0; k < 2; ++k) {
+    const __m512i c = _mm512_maskz_permutexvar_epi8(
+        ~0ull, Load(kSpread3), _mm512_maskz_loadu_epi8(Below(48), from + 48 * k));
+    units[k] = _mm512_ternarylogic_epi32(
+        _mm512_maskz_slli_epi32(0xFFFF, _mm512_and_si512(c, _mm512_set1_epi32(0x0F)), 12),
+        _mm512_maskz_srli_epi32(0xFFFF, _mm512_and_si512(c, _mm512_set1_epi32(0x3F00)), 2),
+        _mm512_and_si512(_mm512_maskz_srli_epi32(0xFFFF, c, 16), _mm512_set1_epi32(0x3F)),
+        0xFE);  // a | b | c
+    // 1110xxxx 10xxxxxx 10xxxxxx, not overlong (below U+0800), no surrogate.
+    const __m512i top = _mm512_and_si512(units[k], _mm512_set1_epi32(0xF800));
+    right &= static_cast<__mmask16>(
+        _mm512_cmpeq_epi32_mask(_mm512_and_si512(c, _mm512_set1_epi32(0xC0C0F0)),
+                                _mm512_set1_epi32(0x8080E0)) &
+        _mm512_test_epi32_mask(top, top) &
+        _mm512_cmpneq_epi32_mask(top, _mm512_set1_epi32(0xD800)));
+  }
+  if (right != 0xFFFF) return false;
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(to),
+                      _mm512_maskz_cvtepi32_epi16(0xFFFF, units[0]));
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + 16),
+                      _mm512_maskz_cvtepi32_epi16(0xFFFF, units[1]));
+  return true;
 }
 
 CH_RUN void Avx512Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* dst, size_t cap,
@@ -121,8 +161,26 @@ CH_RUN void Avx512Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* d
       continue;
     }
     const __m512i high = _mm512_and_si512(x, Byte(0xF0));
-    b.cont = _mm512_cmplt_epi8_mask(x, Byte(0xC0));
     b.lead3 = _mm512_cmpeq_epi8_mask(high, Byte(0xE0));
+    // Chinese text: 32 three-byte characters at a time for as long as it
+    // lasts, from the first character not taken yet (its lead `b.open`
+    // bytes before the block). The next block starts at a character, so
+    // needs no bytes before it.
+    const size_t start = i - b.open;
+    if (n - start >= 96 && b.lead3 == 0x9249249249249249 << (3 - b.open) % 3) {
+      size_t at = start;
+      for (; n - at >= 96 && cap - o >= 32 && ThreeByteChars(src + at, dst + o);
+           at += 96, o += 32) {
+      }
+      if (at != start) {
+        i = at;
+        b.claimed = 0;
+        b.open = 0;
+        prev = _mm512_setzero_si512();
+        continue;
+      }
+    }
+    b.cont = _mm512_cmplt_epi8_mask(x, Byte(0xC0));
     b.bad = _mm512_cmpeq_epi8_mask(high, Byte(0xF0)) |
             _mm512_cmpeq_epi8_mask(_mm512_and_si512(x, Byte(0xFE)), Byte(0xC0));
     const __m512i p1 = _mm512_permutex2var_epi8(x, Load(kBefore1), prev);
@@ -251,6 +309,21 @@ CH_HELPER __m512i Halves(__m512i x, __m512i second, __m512i third) {
   return _mm512_mask_blend_epi8(space, _mm512_or_si512(wide, narrow), Byte(' '));
 }
 
+// Whether the 64 bytes at `from` (and two more after them) hold a lead and
+// change nothing: no unit changes and none holds another lead. `x` receives
+// them. A block without a lead is left to the loop of those, which is faster.
+CH_HELPER bool ChangesNothing(const uint8_t* from, __m512i& x) {
+  x = _mm512_loadu_si512(from);
+  const __m512i second = _mm512_loadu_si512(from + 1);
+  const __m512i third = _mm512_loadu_si512(from + 2);
+  const __m512i halves = Halves(x, second, third);
+  const uint64_t leads = _mm512_cmpeq_epi8_mask(_mm512_and_si512(x, Byte(0xF0)), Byte(0xE0));
+  const uint64_t leadsAfter =
+      _mm512_cmpeq_epi8_mask(_mm512_and_si512(second, Byte(0xF0)), Byte(0xE0)) |
+      _mm512_cmpeq_epi8_mask(_mm512_and_si512(third, Byte(0xF0)), Byte(0xE0));
+  return ((leads & leadsAfter) | _mm512_test_epi8_mask(halves, halves)) == 0 && leads != 0;
+}
+
 CH_RUN void Avx512HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* out, size_t& ro) {
   size_t i = ri;
   size_t o = ro;
@@ -287,9 +360,14 @@ CH_RUN void Avx512HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* ou
     const __m512i halves = Halves(x, second, third);
     b.changes = _mm512_test_epi8_mask(halves, halves);
     if (Unchanged(b)) {
+      // ... and the blocks after it that change nothing either, for as long
+      // as they last (Chinese and mixed text).
       _mm512_storeu_si512(out + o, x);
-      i += kBytes;
-      o += kBytes;
+      __m512i next;
+      for (i += kBytes, o += kBytes; n - i >= kBytes + 2 && ChangesNothing(in + i, next);
+           i += kBytes, o += kBytes) {
+        _mm512_storeu_si512(out + o, next);
+      }
       b.skip = 0;
       continue;
     }

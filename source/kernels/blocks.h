@@ -19,7 +19,9 @@ namespace commonhelpers_internal {
 // The positions below `count` (count <= 64).
 constexpr uint64_t Below(size_t count) { return count < 64 ? (uint64_t{1} << count) - 1 : ~0ull; }
 
-inline size_t CountOnes(uint64_t bits) { return static_cast<size_t>(__builtin_popcountll(bits)); }
+constexpr size_t CountOnes(uint64_t bits) {
+  return static_cast<size_t>(__builtin_popcountll(bits));
+}
 
 // The lowest `count` set bits of `bits` (all of them when it has fewer).
 inline uint64_t LowestOnes(uint64_t bits, size_t count) {

@@ -1,6 +1,8 @@
 // SSE2 kernels, the x86-64 baseline: blocks of 64 bytes or 32 units in four
 // registers. SSE2 has no byte shuffle, so what a block keeps is moved one
-// unit at a time from a local copy, unless the block keeps all of it.
+// unit at a time from a local copy, unless the block keeps all of it or is
+// of one shape: ASCII, or Chinese text (three-byte characters, from UTF-8
+// eight at a time).
 #include <emmintrin.h>
 
 #include <cstdint>
@@ -85,6 +87,45 @@ CH_HELPER void DecodeUtf8(const __m128i (&v)[4], __m128i prev, uint16_t* units) 
   }
 }
 
+// Eight three-byte characters, the 24 bytes at `from` (26 readable), as
+// units at `to`; false, with nothing written, unless all of them are well
+// formed. Six bytes per 64-bit lane are split into three per 32-bit lane,
+// checked and decoded there, and packed to 16 bits (offset by 0x8000 around
+// the signed saturating pack).
+CH_HELPER bool ThreeByteChars(const uint8_t* from, uint16_t* to) {
+  const __m128i zero = _mm_setzero_si128();
+  __m128i units[2];
+  __m128i wrong = zero;
+  for (int k = 0; k < 2; ++k) {
+    const __m128i pairs =
+        _mm_unpacklo_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(from + 12 * k)),
+                           _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from + 12 * k + 6)));
+    const __m128i c = _mm_or_si128(
+        _mm_and_si128(pairs, _mm_set_epi32(0, 0xFFFFFF, 0, 0xFFFFFF)),
+        _mm_and_si128(_mm_slli_epi64(pairs, 8), _mm_set_epi32(0xFFFFFF, 0, 0xFFFFFF, 0)));
+    units[k] =
+        _mm_or_si128(_mm_or_si128(_mm_slli_epi32(_mm_and_si128(c, _mm_set1_epi32(0x0F)), 12),
+                                  _mm_srli_epi32(_mm_and_si128(c, _mm_set1_epi32(0x3F00)), 2)),
+                     _mm_and_si128(_mm_srli_epi32(c, 16), _mm_set1_epi32(0x3F)));
+    // Not 1110xxxx 10xxxxxx 10xxxxxx, overlong (below U+0800) or a surrogate.
+    const __m128i top = _mm_and_si128(units[k], _mm_set1_epi32(0xF800));
+    wrong = _mm_or_si128(
+        wrong,
+        _mm_or_si128(_mm_xor_si128(_mm_cmpeq_epi32(_mm_and_si128(c, _mm_set1_epi32(0xC0C0F0)),
+                                                   _mm_set1_epi32(0x8080E0)),
+                                   _mm_set1_epi32(-1)),
+                     _mm_or_si128(_mm_cmpeq_epi32(top, zero),
+                                  _mm_cmpeq_epi32(top, _mm_set1_epi32(0xD800)))));
+  }
+  if (_mm_movemask_epi8(wrong) != 0) return false;
+  const __m128i offset = _mm_set1_epi32(0x8000);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(to),
+                   _mm_xor_si128(_mm_packs_epi32(_mm_sub_epi32(units[0], offset),
+                                                 _mm_sub_epi32(units[1], offset)),
+                                 _mm_set1_epi16(static_cast<short>(0x8000))));
+  return true;
+}
+
 CH_TARGET void Sse2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* dst, size_t cap,
                             size_t& ro) {
   size_t i = ri;
@@ -109,6 +150,25 @@ CH_TARGET void Sse2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
       o += kBytes;
       prev = v[3];
       continue;
+    }
+    // Chinese text: eight three-byte characters at a time for as long as it
+    // lasts, from the first character not taken yet. The next block starts
+    // at a character, so needs no bytes before it.
+    const size_t start = i - left.open;
+    if (n - start >= 26 &&
+        _mm_movemask_epi8(_mm_cmpeq_epi8(
+            _mm_and_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(src + start)),
+                          Byte(0xF0)),
+            Byte(0xE0))) == 0x9249) {
+      size_t at = start;
+      for (; n - at >= 26 && cap - o >= 8 && ThreeByteChars(src + at, dst + o); at += 24, o += 8) {
+      }
+      if (at != start) {
+        i = at;
+        left = Utf8Bytes{};
+        prev = _mm_setzero_si128();
+        continue;
+      }
     }
     left.atEnd = n - i == left.len;
     const Utf8Bytes b = ClassifyUtf8(v, prev, left);
@@ -183,6 +243,32 @@ CH_HELPER void EncodeUtf16(const __m128i (&v)[4], uint32_t* lanes) {
   }
 }
 
+// The eight units of `units`, none below U+0800 and no surrogate, as the 24
+// bytes of their three-byte forms at `to`: each 16-bit lane makes its first
+// two bytes and its last apart; interleaved, they form one character per
+// 32-bit lane, and two of those are joined into six bytes per 64-bit lane.
+CH_HELPER void ThreeByteForms(__m128i units, uint8_t* to) {
+  const __m128i firstTwo = _mm_or_si128(
+      _mm_or_si128(_mm_srli_epi16(units, 12), _mm_set1_epi16(static_cast<short>(0x80E0))),
+      _mm_and_si128(_mm_slli_epi16(units, 2), _mm_set1_epi16(0x3F00)));
+  const __m128i last =
+      _mm_or_si128(_mm_and_si128(units, _mm_set1_epi16(0x3F)), _mm_set1_epi16(0x80));
+  uint64_t pairs[4];
+  for (int k = 0; k < 2; ++k) {
+    const __m128i chars =
+        k == 0 ? _mm_unpacklo_epi16(firstTwo, last) : _mm_unpackhi_epi16(firstTwo, last);
+    _mm_storeu_si128(
+        reinterpret_cast<__m128i*>(pairs + 2 * k),
+        _mm_or_si128(_mm_and_si128(chars, _mm_set_epi32(0, 0xFFFFFF, 0, 0xFFFFFF)),
+                     _mm_and_si128(_mm_srli_epi64(chars, 8),
+                                   _mm_set_epi32(0xFFFF, static_cast<int>(0xFF000000), 0xFFFF,
+                                                 static_cast<int>(0xFF000000)))));
+  }
+  // In order, so that each but the last has its two spare bytes overwritten.
+  for (int k = 0; k < 3; ++k) memcpy(to + 6 * k, &pairs[k], 8);
+  memcpy(to + 18, &pairs[3], 6);
+}
+
 CH_TARGET void Sse2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* dst, size_t cap,
                             size_t& ro) {
   size_t i = ri;
@@ -192,14 +278,35 @@ CH_TARGET void Sse2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
     __m128i v[4];
     Load(reinterpret_cast<const uint8_t*>(BlockAt(src, n, i, pad)), v);
     const size_t len = n - i < kUnits ? n - i : kUnits;
-    const Utf16Units units = ClassifyUtf16(v, len);
-    if (units.twoOrMore == 0 && len == kUnits && cap - o >= kUnits) {  // 32 ASCII units
+    const __m128i any = _mm_or_si128(_mm_or_si128(v[0], v[1]), _mm_or_si128(v[2], v[3]));
+    if (len == kUnits && cap - o >= kUnits &&
+        _mm_movemask_epi8(_mm_cmpeq_epi16(_mm_subs_epu16(any, _mm_set1_epi16(0x7F)),
+                                          _mm_setzero_si128())) == 0xFFFF) {  // 32 ASCII units
       _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o), _mm_packus_epi16(v[0], v[1]));
       _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + 16), _mm_packus_epi16(v[2], v[3]));
       i += kUnits;
       o += kUnits;
       continue;
     }
+    // The registers of eight three-byte units from the block's start
+    // (Chinese text), of those the text fills.
+    unsigned threes = 0;
+    for (int k = 0; k < 4; ++k) {
+      const __m128i top = _mm_and_si128(v[k], _mm_set1_epi16(static_cast<short>(0xF800)));
+      const __m128i notThree = _mm_or_si128(  // below U+0800, or a surrogate
+          _mm_cmpeq_epi16(top, _mm_setzero_si128()),
+          _mm_cmpeq_epi16(top, _mm_set1_epi16(static_cast<short>(0xD800))));
+      threes |= unsigned{_mm_movemask_epi8(notThree) == 0} << k;
+    }
+    const size_t whole = static_cast<size_t>(__builtin_ctz(~threes));
+    const size_t registers = whole < len / 8 ? whole : len / 8;
+    if (registers > 0 && cap - o >= 24 * registers) {
+      for (size_t k = 0; k < registers; ++k) ThreeByteForms(v[k], dst + o + 24 * k);
+      i += 8 * registers;
+      o += 24 * registers;
+      continue;
+    }
+    const Utf16Units units = ClassifyUtf16(v, len);
     const Utf16Plan plan = PlanUtf16(units, cap - o);
     uint32_t lanes[kUnits];
     uint8_t bytes[3 * kUnits + 1];

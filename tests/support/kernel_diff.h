@@ -23,14 +23,17 @@ inline std::vector<const Kernels*> Levels() {  // scalar first
   return {levels, levels + count};
 }
 
+// Texts of bytes are UTF-8, texts of 16-bit units UTF-16.
+template <typename Unit>
+constexpr UtfType kEncodingOf = sizeof(Unit) == 1 ? UTF_8 : UTF_16;
+
 // `text` (terminated) converted into `size` units followed by canaries.
 template <typename Dst, typename Src>
 std::pair<RResult, std::vector<Dst>> Convert(const Kernels& level, const std::vector<Src>& text,
                                              size_t size) {
-  const UtfType kTypes[] = {UTF_8, UTF_8, UTF_16};
   std::pair<RResult, std::vector<Dst>> out{RESULT_ANY_ERROR, std::vector<Dst>(size + 8, 0x5A)};
-  ConvertUtfStringWith(level, text.data(), kTypes[sizeof(Src)], out.second.data(),
-                       static_cast<int>(size), kTypes[sizeof(Dst)], &out.first);
+  ConvertUtfStringWith(level, text.data(), kEncodingOf<Src>, out.second.data(),
+                       static_cast<int>(size), kEncodingOf<Dst>, &out.first);
   return out;
 }
 
