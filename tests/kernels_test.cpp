@@ -46,6 +46,20 @@ TEST(Kernels, EveryLevelAgreesWithTheScalarOneOnEveryThreeByteCharacter) {
   EXPECT_EQ(kernel_diff::Differences(text, 7), "");
 }
 
+// A lead cut short by a character that changes, after every number of bytes
+// of Chinese text: the lead takes that character's first bytes as its own, so
+// nothing changes, also where the two meet across blocks.
+TEST(Kernels, ALeadCutShortSwallowsTheStartOfTheCharacterAfterIt) {
+  for (size_t before = 0; before < 192; ++before) {
+    for (const char* cut : {"\xE4", "\xE4\xBD"}) {
+      std::string text(before % 3, 'a');
+      for (size_t k = before / 3; k > 0; --k) text += "\xE4\xBD\xA0";
+      text += std::string(cut) + "\xE3\x80\x80" + text;
+      ASSERT_EQ(kernel_diff::Differences(text, before), "") << before << " " << cut;
+    }
+  }
+}
+
 // Characters of every length and edge that the runs take, with their UTF-16
 // units; what the runs must stop before (the last three only end a text).
 const std::pair<std::string, char16_t> kCharacters[] = {{"a", u'a'},

@@ -353,10 +353,8 @@ CH_RUN void Avx512HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* ou
     b.ahead = n - i - b.len >= 2;
     const __m512i second = _mm512_maskz_loadu_epi8(Below(n - i - 1), in + i + 1);
     const __m512i third = _mm512_maskz_loadu_epi8(Below(n - i < 2 ? 0 : n - i - 2), in + i + 2);
-    b.leadsAhead =
-        ((_mm512_cmpeq_epi8_mask(_mm512_and_si512(second, Byte(0xF0)), Byte(0xE0)) >> 63) |
-         (_mm512_cmpeq_epi8_mask(_mm512_and_si512(third, Byte(0xF0)), Byte(0xE0)) >> 62)) &
-        3;
+    // Bytes 64 and 65 are the last two of `third`.
+    b.leadsAhead = _mm512_cmpeq_epi8_mask(_mm512_and_si512(third, Byte(0xF0)), Byte(0xE0)) >> 62;
     const __m512i halves = Halves(x, second, third);
     b.changes = _mm512_test_epi8_mask(halves, halves);
     if (Unchanged(b)) {
