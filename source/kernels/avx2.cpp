@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 
 #include "kernels/blocks.h"
 #include "kernels/halfwidth.h"
@@ -31,7 +32,7 @@ struct ShuffleRows {
 // the front, in order.
 constexpr ShuffleRows PackUnits() {
   ShuffleRows t{};
-  for (size_t m = 0; m < 256; ++m) {
+  for (size_t m = 0; m < std::size(t.rows); ++m) {
     size_t to = 0;
     for (size_t unit = 0; unit < 8; ++unit) {
       if ((m >> unit) & 1) {
@@ -47,7 +48,7 @@ constexpr ShuffleRows PackUnits() {
 // front, in order; the group at bytes 8..15 of a lane adds 8 to the row.
 constexpr ShuffleRows PackBytes() {
   ShuffleRows t{};
-  for (size_t m = 0; m < 256; ++m) {
+  for (size_t m = 0; m < std::size(t.rows); ++m) {
     size_t to = 0;
     for (size_t byte = 0; byte < 8; ++byte) {
       if ((m >> byte) & 1) t.rows[m][to++] = static_cast<uint8_t>(byte);
@@ -61,7 +62,7 @@ constexpr ShuffleRows PackBytes() {
 // moves the bytes each form uses to the front.
 constexpr ShuffleRows PackForms() {
   ShuffleRows t{};
-  for (size_t m = 0; m < 256; ++m) {
+  for (size_t m = 0; m < std::size(t.rows); ++m) {
     size_t to = 0;
     for (size_t unit = 0; unit < 4; ++unit) {
       const size_t length = 1 + ((m >> unit) & 1) + ((m >> (4 + unit)) & 1);
@@ -80,7 +81,7 @@ struct Sizes {
 
 constexpr Sizes FormSizes() {
   Sizes t{};
-  for (size_t m = 0; m < 256; ++m) {
+  for (size_t m = 0; m < std::size(t.size); ++m) {
     t.size[m] = static_cast<uint8_t>(4 + CountOnes(m & 0xF) + CountOnes(m >> 4));
   }
   return t;
