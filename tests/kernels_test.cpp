@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "support/kernel_diff.h"
+#include "support/platform.h"
 
 namespace {
 
@@ -58,6 +60,48 @@ TEST(Kernels, ALeadCutShortSwallowsTheStartOfTheCharacterAfterIt) {
       ASSERT_EQ(kernel_diff::Differences(text, before), "") << before << " " << cut;
     }
   }
+}
+
+// Texts of each kind and of every length up to three blocks of the widest
+// level, their terminator the last thing before a page that faults when read:
+// no level reads past it. The runs are not instrumented by ASan, so this is
+// the test that sees such a read (as a crash).
+TEST(Kernels, NoLevelReadsPastTheTerminator) {
+  std::string whyNot;
+  char* end = platform::GuardedEnd(1024, whyNot);
+  if (end == nullptr) GTEST_SKIP() << whyNot;
+  const std::pair<std::string, std::u16string> kPieces[] = {{"a", u"a"},
+                                                            {"\xC3\xA9", u"\xE9"},
+                                                            {"\xE4\xBD\xA0", u"\x4F60"},
+                                                            {"\xEF\xBC\xA1", u"\xFF21"},
+                                                            {"\xE4\xBD\xA0"
+                                                             "a",
+                                                             u"\x4F60"
+                                                             "a"},
+                                                            {"\xF0\x9F\x98\x80", u"\xD83D\xDE00"}};
+  for (const auto& [piece, piece16] : kPieces) {
+    std::string text;
+    std::u16string text16;
+    for (size_t length = 0; length < 200; ++length) {
+      while (text.size() < length) text += piece, text16 += piece16;
+      const std::string utf8 = text.substr(0, length);
+      const std::u16string utf16 = text16.substr(0, length);
+      std::vector<uint16_t> units(3 * length + 3);
+      std::string bytes(3 * length + 3, '\0');
+      for (const Kernels* level : kernel_diff::Levels()) {
+        char* at = end - length - 1;
+        memcpy(at, utf8.c_str(), length + 1);
+        ConvertUtfStringWith(*level, at, UTF_8, units.data(), static_cast<int>(units.size()),
+                             UTF_16, nullptr);
+        FullToHalfWith(*level, at, &bytes[0]);
+        char16_t* at16 = reinterpret_cast<char16_t*>(end) - length - 1;
+        std::copy(utf16.c_str(), utf16.c_str() + length + 1, at16);
+        ConvertUtfStringWith(*level, at16, UTF_16, &bytes[0], static_cast<int>(bytes.size()), UTF_8,
+                             nullptr);
+      }
+    }
+  }
+  platform::ReleaseGuarded(end);
 }
 
 // Characters of every length and edge that the runs take, with their UTF-16

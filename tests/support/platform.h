@@ -1,7 +1,7 @@
 // What the tests need from the operating system beyond standard C++: FIFOs,
-// threads with a chosen stack size, and a 4 GiB text mapped for almost no
-// memory. Each piece says why it is missing where it is; a test that needs it
-// skips itself there with that reason.
+// threads with a chosen stack size, a 4 GiB text mapped for almost no
+// memory, and memory that ends at a page no one may read. Each piece says why it is missing where
+// it is; a test that needs it skips itself there with that reason.
 #ifndef COMMONHELPERS_TESTS_SUPPORT_PLATFORM_H_
 #define COMMONHELPERS_TESTS_SUPPORT_PLATFORM_H_
 
@@ -34,6 +34,13 @@ class Thread {
 // null with the reason in `whyNot`; release with UnmapHugeText(tail).
 char* MapHugeText(const char* tail, std::string& whyNot);
 void UnmapHugeText(char* tail);
+
+// `bytes` of writable memory (at most a page) that end right before a page
+// that faults when read, so that a read one byte past the end crashes the
+// test. Returns the first byte past the end, or null with the reason in
+// `whyNot`; release with ReleaseGuarded(end).
+char* GuardedEnd(size_t bytes, std::string& whyNot);
+void ReleaseGuarded(char* end);
 
 }  // namespace platform
 
