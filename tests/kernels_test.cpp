@@ -134,6 +134,33 @@ const std::pair<std::string, std::string> kUnits[] = {{"a", "a"},
 const std::string kNotHalfWidth[] = {"\xE4\xE4\xE4", "\xEF\xE3\x80", "\xE3\x80\xE3",
                                      "\xEF\xBC",     "\xE3",         "\xE4\xBD"};
 
+// Each level's Chinese shape alone, on three-byte characters of every edge,
+// in half of the texts followed by a piece it must not take: it takes whole
+// groups, all but fewer than 32 of the characters that the scalar level
+// takes, writes their units and nothing after them.
+TEST(Kernels, ChineseShapeTakesAllButTheLastGroupOfChineseText) {
+  std::mt19937 random(11);
+  for (int round = 0; round < 300; ++round) {
+    std::string text;
+    for (size_t k = random() % 200; k > 0; --k) text += kCharacters[4 + random() % 5].first;
+    if (round % 2 != 0) text += kNotUtf8[random() % std::size(kNotUtf8)] + text;
+    const std::vector<uint8_t> src(text.begin(), text.end());  // exactly n bytes, for ASan
+    const size_t cap = round % 3 != 0 ? src.size() : random() % (src.size() / 3 + 2);
+    std::vector<uint16_t> want(cap + 8, 0x5A);
+    const size_t all =
+        kernel_diff::Levels()[0]->threeByteGroups(src.data(), src.size(), want.data(), cap);
+    for (const Kernels* level : kernel_diff::Levels()) {
+      std::vector<uint16_t> got(cap + 8, 0x5A), expected = want;
+      const size_t taken = level->threeByteGroups(src.data(), src.size(), got.data(), cap);
+      std::fill(expected.begin() + static_cast<ptrdiff_t>(std::min(taken, all)), expected.end(),
+                0x5A);
+      EXPECT_TRUE(taken <= all && all - taken < 32)
+          << level->name << ": " << taken << " of " << all;
+      ASSERT_EQ(got, expected) << level->name << ", round " << round;
+    }
+  }
+}
+
 // A text for a run: characters of its kind, what their units are, and the
 // units before and after each of them, then something it does not take.
 template <typename Src, typename Dst>

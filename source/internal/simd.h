@@ -53,6 +53,16 @@ using LengthScan16 = size_t (*)(const uint16_t* text);
 // Whether this CPU (and its operating system) runs a level's instructions.
 using CpuCheck = bool (*)();
 
+// Chinese text's own shape inside a level's UTF-8 to UTF-16 run, on its own:
+// from the start of `src` (n bytes known), whole groups of three-byte
+// characters (U+0800 to U+FFFF, no surrogate) into `dst` (room for `cap`
+// units), for as long as the text and the room hold whole groups; returns
+// the characters taken. A group is one character at the scalar level and at
+// most 32 at any other, which takes all but fewer than 32 of the characters
+// that the scalar level takes: a level whose shape refuses Chinese text is a
+// failing test, not only a slower run.
+using ThreeByteGroups = size_t (*)(const uint8_t* src, size_t n, uint16_t* dst, size_t cap);
+
 // Each slot has a type of its own, so that a table with two kernels swapped
 // does not compile.
 struct Kernels {
@@ -62,15 +72,19 @@ struct Kernels {
   Utf16To8Run utf16To8;
   HalfWidthRun halfWidth;
   LengthScan16 terminatedLength16;
+  ThreeByteGroups threeByteGroups;
 };
 
 template <typename Slot, typename... Others>
 constexpr bool kDistinctFrom = !(std::is_same_v<Slot, Others> || ...);
-static_assert(kDistinctFrom<CpuCheck, Utf8To16Run, Utf16To8Run, HalfWidthRun, LengthScan16> &&
-                  kDistinctFrom<Utf8To16Run, Utf16To8Run, HalfWidthRun, LengthScan16> &&
-                  kDistinctFrom<Utf16To8Run, HalfWidthRun, LengthScan16> &&
-                  kDistinctFrom<HalfWidthRun, LengthScan16>,
-              "every slot of Kernels needs a type of its own");
+static_assert(
+    kDistinctFrom<CpuCheck, Utf8To16Run, Utf16To8Run, HalfWidthRun, LengthScan16,
+                  ThreeByteGroups> &&
+        kDistinctFrom<Utf8To16Run, Utf16To8Run, HalfWidthRun, LengthScan16, ThreeByteGroups> &&
+        kDistinctFrom<Utf16To8Run, HalfWidthRun, LengthScan16, ThreeByteGroups> &&
+        kDistinctFrom<HalfWidthRun, LengthScan16, ThreeByteGroups> &&
+        kDistinctFrom<LengthScan16, ThreeByteGroups>,
+    "every slot of Kernels needs a type of its own");
 
 // Every level this build has, narrowest (scalar) first, whether or not the
 // CPU runs it; `*pcount` receives their number, at most kMaxLevels. Defined

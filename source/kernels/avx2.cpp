@@ -323,6 +323,21 @@ CH_HELPER void Widen(const __m256i (&v)[2], uint16_t* dst) {
   }
 }
 
+// Chinese text: 16 three-byte characters at a time for as long as it lasts,
+// where the first 32 bytes are the leads of such characters.
+CH_HELPER size_t ChineseGroups(const uint8_t* src, size_t n, uint16_t* dst, size_t cap) {
+  size_t at = 0, o = 0;
+  if (n >= kBytes && ThreeByteLeads(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(src)))) {
+    for (; n - at >= 48 && cap - o >= 16 && ThreeByteChars(src + at, dst + o); at += 48, o += 16) {
+    }
+  }
+  return o;
+}
+
+CH_TARGET size_t Avx2ThreeByteGroups(const uint8_t* src, size_t n, uint16_t* dst, size_t cap) {
+  return ChineseGroups(src, n, dst, cap);
+}
+
 CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* dst, size_t cap,
                             size_t& ro) {
   size_t i = ri;
@@ -358,22 +373,16 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
       }
       continue;
     }
-    // Chinese text: 16 three-byte characters at a time for as long as it
-    // lasts, from the first character not taken yet. The next block starts
-    // at a character, so needs no bytes before it.
+    // Chinese text, from the first character not taken yet. The next block
+    // starts at a character, so needs no bytes before it.
     const size_t start = i - left.open;
-    if (n - start >= kBytes &&
-        ThreeByteLeads(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + start)))) {
-      size_t at = start;
-      for (; n - at >= 48 && cap - o >= 16 && ThreeByteChars(src + at, dst + o);
-           at += 48, o += 16) {
-      }
-      if (at != start) {
-        i = at;
-        left = Utf8Bytes{};
-        prev = _mm256_setzero_si256();
-        continue;
-      }
+    const size_t taken = ChineseGroups(src + start, n - start, dst + o, cap - o);
+    if (taken != 0) {
+      i = start + 3 * taken;
+      o += taken;
+      left = Utf8Bytes{};
+      prev = _mm256_setzero_si256();
+      continue;
     }
     left.atEnd = n - i == left.len;
     const Utf8Bytes b = ClassifyUtf8(v, prev, left);
@@ -777,7 +786,8 @@ CH_TARGET CH_WHOLE_BLOCKS size_t Avx2TerminatedLength16(const uint16_t* text) {
 
 }  // namespace
 
-extern const Kernels kAvx2Kernels = {"avx2",       Avx2Supported, Avx2Utf8To16,
-                                     Avx2Utf16To8, Avx2HalfWidth, Avx2TerminatedLength16};
+extern const Kernels kAvx2Kernels = {
+    "avx2",        Avx2Supported,          Avx2Utf8To16,       Avx2Utf16To8,
+    Avx2HalfWidth, Avx2TerminatedLength16, Avx2ThreeByteGroups};
 
 }  // namespace commonhelpers_internal

@@ -132,6 +132,28 @@ CH_HELPER bool ThreeByteChars(const uint8_t* from, uint16_t* to) {
   return true;
 }
 
+// Whether the leads of three-byte characters in a block (`lead3`) stand at
+// every third byte from the first character not taken yet, `open` bytes
+// before the block.
+CH_HELPER bool ChineseShape(uint64_t lead3, size_t open) {
+  return lead3 == 0x9249249249249249 << (3 - open) % 3;
+}
+
+// Chinese text as the UTF-8 run takes it: 32 three-byte characters at a
+// time for as long as it lasts, where the first 64 bytes have its shape.
+CH_RUN size_t Avx512ThreeByteGroups(const uint8_t* src, size_t n, uint16_t* dst, size_t cap) {
+  size_t o = 0;
+  if (n >= 96 &&
+      ChineseShape(
+          _mm512_cmpeq_epi8_mask(_mm512_and_si512(_mm512_loadu_si512(src), Byte(0xF0)), Byte(0xE0)),
+          0)) {
+    for (size_t at = 0; n - at >= 96 && cap - o >= 32 && ThreeByteChars(src + at, dst + o);
+         at += 96, o += 32) {
+    }
+  }
+  return o;
+}
+
 CH_RUN void Avx512Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* dst, size_t cap,
                            size_t& ro) {
   size_t i = ri;
@@ -167,7 +189,7 @@ CH_RUN void Avx512Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* d
     // bytes before the block). The next block starts at a character, so
     // needs no bytes before it.
     const size_t start = i - b.open;
-    if (n - start >= 96 && b.lead3 == 0x9249249249249249 << (3 - b.open) % 3) {
+    if (n - start >= 96 && ChineseShape(b.lead3, b.open)) {
       size_t at = start;
       for (; n - at >= 96 && cap - o >= 32 && ThreeByteChars(src + at, dst + o);
            at += 96, o += 32) {
@@ -411,7 +433,8 @@ CH_TARGET CH_WHOLE_BLOCKS size_t Avx512TerminatedLength16(const uint16_t* text) 
 
 }  // namespace
 
-extern const Kernels kAvx512Kernels = {"avx512",       Avx512Supported, Avx512Utf8To16,
-                                       Avx512Utf16To8, Avx512HalfWidth, Avx512TerminatedLength16};
+extern const Kernels kAvx512Kernels = {
+    "avx512",        Avx512Supported,          Avx512Utf8To16,       Avx512Utf16To8,
+    Avx512HalfWidth, Avx512TerminatedLength16, Avx512ThreeByteGroups};
 
 }  // namespace commonhelpers_internal

@@ -83,9 +83,27 @@ void ScalarHalfWidth(const uint8_t* in, size_t n, size_t& i, uint8_t* out, size_
 
 size_t ScalarTerminatedLength16(const uint16_t* text) { return ScanToTerminator(text); }
 
+size_t ScalarThreeByteGroups(const uint8_t* src, size_t n, uint16_t* dst, size_t cap) {
+  size_t o = 0;
+  for (size_t at = 0; n - at >= 3 && o < cap; at += 3) {
+    const uint32_t unit = ThreeByteUnit(src[at], src[at + 1], src[at + 2]);
+    if ((src[at] & 0xF0) != 0xE0 || !IsContinuation(src[at + 1]) || !IsContinuation(src[at + 2]) ||
+        unit < 0x800 || (unit >= 0xD800 && unit <= 0xDFFF)) {
+      break;
+    }
+    dst[o++] = static_cast<uint16_t>(unit);
+  }
+  return o;
+}
+
 }  // namespace
 
-extern const Kernels kScalarKernels = {"scalar",       Always,          ScalarUtf8To16,
-                                       ScalarUtf16To8, ScalarHalfWidth, ScalarTerminatedLength16};
+extern const Kernels kScalarKernels = {"scalar",
+                                       Always,
+                                       ScalarUtf8To16,
+                                       ScalarUtf16To8,
+                                       ScalarHalfWidth,
+                                       ScalarTerminatedLength16,
+                                       ScalarThreeByteGroups};
 
 }  // namespace commonhelpers_internal

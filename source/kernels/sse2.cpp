@@ -126,6 +126,24 @@ CH_HELPER bool ThreeByteChars(const uint8_t* from, uint16_t* to) {
   return true;
 }
 
+// Chinese text: eight three-byte characters at a time for as long as it
+// lasts, where the first 16 bytes are the leads of such characters.
+CH_HELPER size_t ChineseGroups(const uint8_t* src, size_t n, uint16_t* dst, size_t cap) {
+  size_t at = 0, o = 0;
+  if (n >= 26 &&
+      _mm_movemask_epi8(_mm_cmpeq_epi8(
+          _mm_and_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(src)), Byte(0xF0)),
+          Byte(0xE0))) == 0x9249) {
+    for (; n - at >= 26 && cap - o >= 8 && ThreeByteChars(src + at, dst + o); at += 24, o += 8) {
+    }
+  }
+  return o;
+}
+
+CH_TARGET size_t Sse2ThreeByteGroups(const uint8_t* src, size_t n, uint16_t* dst, size_t cap) {
+  return ChineseGroups(src, n, dst, cap);
+}
+
 CH_TARGET void Sse2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* dst, size_t cap,
                             size_t& ro) {
   size_t i = ri;
@@ -151,24 +169,16 @@ CH_TARGET void Sse2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
       prev = v[3];
       continue;
     }
-    // Chinese text: eight three-byte characters at a time for as long as it
-    // lasts, from the first character not taken yet. The next block starts
-    // at a character, so needs no bytes before it.
+    // Chinese text, from the first character not taken yet. The next block
+    // starts at a character, so needs no bytes before it.
     const size_t start = i - left.open;
-    if (n - start >= 26 &&
-        _mm_movemask_epi8(_mm_cmpeq_epi8(
-            _mm_and_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(src + start)),
-                          Byte(0xF0)),
-            Byte(0xE0))) == 0x9249) {
-      size_t at = start;
-      for (; n - at >= 26 && cap - o >= 8 && ThreeByteChars(src + at, dst + o); at += 24, o += 8) {
-      }
-      if (at != start) {
-        i = at;
-        left = Utf8Bytes{};
-        prev = _mm_setzero_si128();
-        continue;
-      }
+    const size_t taken = ChineseGroups(src + start, n - start, dst + o, cap - o);
+    if (taken != 0) {
+      i = start + 3 * taken;
+      o += taken;
+      left = Utf8Bytes{};
+      prev = _mm_setzero_si128();
+      continue;
     }
     left.atEnd = n - i == left.len;
     const Utf8Bytes b = ClassifyUtf8(v, prev, left);
@@ -419,7 +429,8 @@ CH_TARGET CH_WHOLE_BLOCKS size_t Sse2TerminatedLength16(const uint16_t* text) {
 
 }  // namespace
 
-extern const Kernels kSse2Kernels = {"sse2",       Sse2Supported, Sse2Utf8To16,
-                                     Sse2Utf16To8, Sse2HalfWidth, Sse2TerminatedLength16};
+extern const Kernels kSse2Kernels = {
+    "sse2",        Sse2Supported,          Sse2Utf8To16,       Sse2Utf16To8,
+    Sse2HalfWidth, Sse2TerminatedLength16, Sse2ThreeByteGroups};
 
 }  // namespace commonhelpers_internal
