@@ -83,18 +83,14 @@ TEST(WcsNCmp, ReturnsTheDifferenceWhereTheWalkStopped) {
 TEST(CopyWString, DuplicatesIntoANewBufferOrReturnsNull) {
   const std::u16string text = u"\x4F60\x597D, world";
   RResult result = RESULT_INV_DATA;
-  USHORT* wsz = nullptr;
-  alloc_failure::ForEachFailure([&] { wsz = CopyWString(wide::Buffer(text).data(), &result); },
-                                [&](long failed) {
-                                  if (failed) {
-                                    EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
-                                    EXPECT_EQ(wsz, nullptr);
-                                    return;
-                                  }
-                                  EXPECT_EQ(result, RESULT_SUCCEEDED);
-                                  EXPECT_EQ(wide::Text(wsz), text);
-                                  free(wsz);
-                                });
+  USHORT* wsz = CopyWString(wide::Buffer(text).data(), &result);
+  EXPECT_EQ(result, RESULT_SUCCEEDED);
+  EXPECT_EQ(wide::Text(wsz), text);
+  free(wsz);
+  alloc_failure::FailNth(1);
+  EXPECT_EQ(CopyWString(wide::Buffer(text).data(), &result), nullptr);
+  alloc_failure::FailNth(0);
+  EXPECT_EQ(result, RESULT_OUT_OF_MEMORY);
 }
 
 }  // namespace
