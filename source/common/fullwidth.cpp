@@ -18,10 +18,9 @@ namespace {
 
 using commonhelpers_internal::FirstStretch;
 using commonhelpers_internal::GrowNear;
-using commonhelpers_internal::HalfWidthOf;
 using commonhelpers_internal::Kernels;
 using commonhelpers_internal::KnownLength;
-using commonhelpers_internal::ThreeByteUnit;
+using commonhelpers_internal::NormalizeThreeBytes;
 
 // The exact path for the one unit a run stops at, always a lead: cut short
 // by the terminator (copied as it is), or holding another lead among the two
@@ -33,18 +32,7 @@ void NormalizeUnit(const uint8_t* in, size_t n, size_t& i, uint8_t* out, size_t&
     }
     return;
   }
-  const uint8_t lead = in[i];
-  const uint8_t second = in[i + 1];
-  const uint8_t third = in[i + 2];
-  const uint8_t half = HalfWidthOf(ThreeByteUnit(lead, second, third));
-  if (half != 0) {
-    out[o++] = half;
-  } else {
-    out[o] = lead;
-    out[o + 1] = second;
-    out[o + 2] = third;
-    o += 3;
-  }
+  NormalizeThreeBytes(in[i], in[i + 1], in[i + 2], out, o);
   i += 3;
 }
 

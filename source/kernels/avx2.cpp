@@ -754,15 +754,7 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
       memcpy(out + o, bytes, at);
       o += at;
     }
-    if (plan.consumed != b.len) {
-      i += plan.consumed;
-      if (plan.stop) break;
-      b.skip = 0;
-      continue;
-    }
-    i += b.len;
-    b.skip = plan.skip;
-    b.dropSkip = plan.dropSkip;
+    if (!AfterHalfWidthPlan(plan, b, i)) break;
   }
   ri = i;
   ro = o;

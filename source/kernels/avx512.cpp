@@ -402,15 +402,7 @@ CH_RUN void Avx512HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* ou
           _mm512_maskz_compress_epi8(plan.keep, _mm512_mask_blend_epi8(plan.changes, x, halves)));
       o += kept;
     }
-    if (plan.consumed != b.len) {
-      i += plan.consumed;
-      if (plan.stop) break;
-      b.skip = 0;
-      continue;
-    }
-    i += b.len;
-    b.skip = plan.skip;
-    b.dropSkip = plan.dropSkip;
+    if (!AfterHalfWidthPlan(plan, b, i)) break;
   }
   ri = i;
   ro = o;

@@ -216,6 +216,20 @@ inline HalfWidthPlan PlanHalfWidth(const HalfWidthBytes& b) {
   return plan;
 }
 
+// Moves `i` past what `plan` took of block `b` and carries what the next
+// block starts with; false where the run stops.
+inline bool AfterHalfWidthPlan(const HalfWidthPlan& plan, HalfWidthBytes& b, size_t& i) {
+  if (plan.consumed != b.len) {
+    i += plan.consumed;
+    b.skip = 0;
+    return !plan.stop;
+  }
+  i += b.len;
+  b.skip = plan.skip;
+  b.dropSkip = plan.dropSkip;
+  return true;
+}
+
 }  // namespace commonhelpers_internal
 
 #endif  // COMMONHELPERS_KERNELS_BLOCKS_H_

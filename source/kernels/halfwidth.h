@@ -4,6 +4,7 @@
 #ifndef COMMONHELPERS_KERNELS_HALFWIDTH_H_
 #define COMMONHELPERS_KERNELS_HALFWIDTH_H_
 
+#include <cstddef>
 #include <cstdint>
 
 namespace commonhelpers_internal {
@@ -34,6 +35,21 @@ constexpr uint8_t HalfWidthOf(uint32_t cp) {
     return '-';
   }
   return 0;
+}
+
+// Writes at out[o] what the unit of `lead`, `second` and `third` becomes (its
+// ASCII byte, or the three bytes as they are) and moves `o` past it.
+inline void NormalizeThreeBytes(uint8_t lead, uint8_t second, uint8_t third, uint8_t* out,
+                                size_t& o) {
+  const uint8_t half = HalfWidthOf(ThreeByteUnit(lead, second, third));
+  if (half != 0) {
+    out[o++] = half;
+  } else {
+    out[o] = lead;
+    out[o + 1] = second;
+    out[o + 2] = third;
+    o += 3;
+  }
 }
 
 }  // namespace commonhelpers_internal

@@ -66,17 +66,7 @@ void ScalarHalfWidth(const uint8_t* in, size_t n, size_t& i, uint8_t* out, size_
       continue;
     }
     if (n - i < 3 || IsThreeByteLead(in[i + 1]) || IsThreeByteLead(in[i + 2])) break;
-    const uint8_t second = in[i + 1];
-    const uint8_t third = in[i + 2];
-    const uint8_t half = HalfWidthOf(ThreeByteUnit(lead, second, third));
-    if (half != 0) {
-      out[o++] = half;
-    } else {
-      out[o] = lead;
-      out[o + 1] = second;
-      out[o + 2] = third;
-      o += 3;
-    }
+    NormalizeThreeBytes(lead, in[i + 1], in[i + 2], out, o);
     i += 3;
   }
 }
