@@ -39,14 +39,14 @@ char* MapHugeText(const char*, std::string& whyNot) {
 
 void UnmapHugeText(char*) {}
 
-char* GuardedEnd(size_t bytes, std::string& whyNot) {
+char* GuardedEnd(std::string& whyNot) {
   SYSTEM_INFO info;
   GetSystemInfo(&info);
   const size_t page = info.dwPageSize;
   char* base =
       static_cast<char*>(VirtualAlloc(nullptr, 2 * page, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE));
   DWORD old;
-  if (bytes > page || base == nullptr || !VirtualProtect(base + page, page, PAGE_NOACCESS, &old)) {
+  if (base == nullptr || !VirtualProtect(base + page, page, PAGE_NOACCESS, &old)) {
     whyNot = "no guard page: VirtualAlloc or VirtualProtect failed";
     if (base != nullptr) VirtualFree(base, 0, MEM_RELEASE);
     return nullptr;
@@ -131,12 +131,12 @@ void UnmapHugeText(char* tail) {
   munmap(tail + 4096 - static_cast<size_t>(kSpan), static_cast<size_t>(kSpan));
 }
 
-char* GuardedEnd(size_t bytes, std::string& whyNot) {
+char* GuardedEnd(std::string& whyNot) {
   const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
   void* mapped =
       mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   char* base = mapped != MAP_FAILED ? static_cast<char*>(mapped) : nullptr;
-  if (bytes > page || base == nullptr || mprotect(base + page, page, PROT_NONE) != 0) {
+  if (base == nullptr || mprotect(base + page, page, PROT_NONE) != 0) {
     whyNot = "no guard page: " + std::string(strerror(errno));
     if (base != nullptr) munmap(base, 2 * page);
     return nullptr;

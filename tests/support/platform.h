@@ -35,11 +35,10 @@ class Thread {
 char* MapHugeText(const char* tail, std::string& whyNot);
 void UnmapHugeText(char* tail);
 
-// `bytes` of writable memory (at most a page) that end right before a page
-// that faults when read, so that a read one byte past the end crashes the
-// test. Returns the first byte past the end, or null with the reason in
-// `whyNot`; release with ReleaseGuarded(end).
-char* GuardedEnd(size_t bytes, std::string& whyNot);
+// A page of writable memory right before one that faults when read, so that
+// a read one byte past its end crashes the test. Returns that end, or null
+// with the reason in `whyNot`; release with ReleaseGuarded(end).
+char* GuardedEnd(std::string& whyNot);
 void ReleaseGuarded(char* end);
 
 }  // namespace platform
