@@ -110,7 +110,7 @@ TEST(Kernels, ChineseShapeTakesAllButTheLastGroupOfChineseText) {
       std::vector<uint16_t> got(cap + 8, 0x5A), expected = want;
       const size_t taken = level->threeByteGroups(src.data(), src.size(), got.data(), cap);
       std::fill(expected.begin() + static_cast<ptrdiff_t>(taken), expected.end(), 0x5A);
-      EXPECT_TRUE(taken <= all && all - taken < 32)
+      EXPECT_TRUE(all <= cap && taken <= all && all - taken < 32)
           << level->name << ": " << taken << " of " << all;
       ASSERT_EQ(got, expected) << level->name << ", round " << round;
     }
