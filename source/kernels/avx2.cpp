@@ -23,6 +23,7 @@ namespace {
 
 constexpr size_t kBytes = 64;
 constexpr size_t kUnits = 32;
+constexpr size_t kTwoBlocks = 2 * kBytes;
 
 struct ShuffleRows {
   uint8_t rows[256][16];
@@ -34,7 +35,7 @@ constexpr ShuffleRows PackUnits() {
   ShuffleRows t{};
   for (size_t m = 0; m < std::size(t.rows); ++m) {
     size_t to = 0;
-    for (size_t unit = 0; unit < 8; ++unit) {
+    for (size_t unit = 0; (m >> unit) != 0; ++unit) {
       if ((m >> unit) & 1) {
         t.rows[m][to++] = static_cast<uint8_t>(2 * unit);
         t.rows[m][to++] = static_cast<uint8_t>(2 * unit + 1);
@@ -50,7 +51,7 @@ constexpr ShuffleRows PackBytes() {
   ShuffleRows t{};
   for (size_t m = 0; m < std::size(t.rows); ++m) {
     size_t to = 0;
-    for (size_t byte = 0; byte < 8; ++byte) {
+    for (size_t byte = 0; (m >> byte) != 0; ++byte) {
       if ((m >> byte) & 1) t.rows[m][to++] = static_cast<uint8_t>(byte);
     }
   }
@@ -110,22 +111,25 @@ struct ChangeTables {
 
 constexpr ChangeTables MakeChangeTables() {
   ChangeTables t{};
-  const uint8_t classes[][2] = {{0xF, 0x3C}, {0xF, 0x3D}, {0x2, 0x00}, {0x2, 0x11}};
+  struct Class {
+    uint8_t leadLow, second;
+  };
+  const Class classes[] = {{0xF, 0x3C}, {0xF, 0x3D}, {0x2, 0x00}, {0x2, 0x11}};
   for (const auto& c : classes) {
     for (uint8_t high = 0; high < 4; ++high) {
       uint32_t lows = 0;
-      for (uint8_t low = 0; low < 16; ++low) {
-        const uint32_t unit = ThreeByteUnit(static_cast<uint8_t>(0xE0 | c[0]), c[1],
+      for (uint8_t low = 0; low < std::size(t.thirdLow); ++low) {
+        const uint32_t unit = ThreeByteUnit(static_cast<uint8_t>(0xE0 | c.leadLow), c.second,
                                             static_cast<uint8_t>(high << 4 | low));
         lows |= uint32_t{HalfWidthOf(unit) != 0} << low;
       }
       if (lows == 0) continue;
       const uint8_t bit = static_cast<uint8_t>(1u << t.bits++);
-      t.lead[c[0]] |= bit;
-      t.secondLow[c[1] & 0xF] |= bit;
-      t.secondHigh[c[1] >> 4] |= bit;
+      t.lead[c.leadLow] |= bit;
+      t.secondLow[c.second & 0xF] |= bit;
+      t.secondHigh[c.second >> 4] |= bit;
       t.thirdHigh[high] |= bit;
-      for (size_t low = 0; low < 16; ++low) {
+      for (size_t low = 0; low < std::size(t.thirdLow); ++low) {
         if ((lows >> low) & 1) t.thirdLow[low] |= bit;
       }
     }
@@ -135,22 +139,6 @@ constexpr ChangeTables MakeChangeTables() {
 
 constexpr ChangeTables kChangeTables = MakeChangeTables();
 static_assert(kChangeTables.bits <= 8, "one bit of a byte for each class and high nibble");
-
-constexpr bool HalvesFollowTheTable() {
-  for (uint32_t k = 0; k < 64; ++k) {
-    const uint8_t halves[][2] = {{HalfWidthOf(0xFF00 | k), static_cast<uint8_t>(k + 0x20)},
-                                 {HalfWidthOf(0xFF40 | k), static_cast<uint8_t>(k + 0x60)},
-                                 {HalfWidthOf(0x2000 | k), '-'},
-                                 {HalfWidthOf(0x2440 | k), static_cast<uint8_t>(k + 0x11)},
-                                 {HalfWidthOf(0x3000 | k), static_cast<uint8_t>(k + 0x20)}};
-    for (const auto& half : halves) {
-      if (half[0] != 0 && half[0] != half[1]) return false;
-    }
-    if (HalfWidthOf(0x3000 | k) != 0 && k != 0) return false;
-  }
-  return true;
-}
-static_assert(HalvesFollowTheTable(), "the changed bytes are computed as the table says");
 
 bool Avx2Supported() {
   __builtin_cpu_init();
@@ -212,7 +200,7 @@ CH_HELPER Utf8Bytes ClassifyUtf8(const __m256i (&v)[2], __m256i prev, const Utf8
                          _mm256_cmpgt_epi8(_mm256_setzero_si256(), x));
     const __m256i high = _mm256_and_si256(x, Byte(0xF0));
     b.nonAscii |= Bits(x, k);
-    b.cont |= Bits(_mm256_cmpgt_epi8(Byte(0xC0), x), k);
+    b.cont |= Bits(_mm256_cmpgt_epi8(Byte(kLeadsFrom), x), k);
     b.lead3 |= Bits(_mm256_cmpeq_epi8(high, Byte(0xE0)), k);
     b.bad |= Bits(_mm256_or_si256(_mm256_cmpeq_epi8(high, Byte(0xF0)),
                                   _mm256_cmpeq_epi8(_mm256_and_si256(x, Byte(0xFE)), Byte(0xC0))),
@@ -234,7 +222,7 @@ CH_HELPER void DecodeUtf8(const __m256i (&v)[2], __m256i prev, int k, __m256i& f
   const __m256i p2 = Before<2>(v, prev, k);
   const __m256i lo = _mm256_or_si256(_mm256_and_si256(x, Byte(0x3F)),
                                      _mm256_and_si256(_mm256_slli_epi16(p1, 6), Byte(0xC0)));
-  const __m256i third = _mm256_and_si256(_mm256_cmpgt_epi8(Byte(0xC0), p1),
+  const __m256i third = _mm256_and_si256(_mm256_cmpgt_epi8(Byte(kLeadsFrom), p1),
                                          _mm256_and_si256(_mm256_slli_epi16(p2, 4), Byte(0xF0)));
   const __m256i nonAscii = _mm256_cmpgt_epi8(_mm256_setzero_si256(), x);
   const __m256i hi = _mm256_and_si256(
@@ -250,7 +238,7 @@ CH_HELPER void DecodeUtf8(const __m256i (&v)[2], __m256i prev, int k, __m256i& f
 CH_HELPER bool ThreeByteChars(const uint8_t* from, uint16_t* to) {
   const __m256i spread = _mm256_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1, 0,
                                           1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
-  const __m256i chars[2] = {
+  const __m256i chars[] = {
       _mm256_shuffle_epi8(
           _mm256_permutevar8x32_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(from)),
                                       _mm256_setr_epi32(0, 1, 2, 0, 3, 4, 5, 0)),
@@ -259,13 +247,13 @@ CH_HELPER bool ThreeByteChars(const uint8_t* from, uint16_t* to) {
                               _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + 16)),
                               _mm256_setr_epi32(2, 3, 4, 0, 5, 6, 7, 0)),
                           spread)};
-  __m256i units[2];
+  __m256i units[std::size(chars)];
   __m256i wrong = _mm256_setzero_si256();
   for (int k = 0; k < 2; ++k) {
     const __m256i c = chars[k];
     units[k] = _mm256_or_si256(
         _mm256_or_si256(_mm256_slli_epi32(_mm256_and_si256(c, _mm256_set1_epi32(0x0F)), 12),
-                        _mm256_srli_epi32(_mm256_and_si256(c, _mm256_set1_epi32(0x3F00)), 2)),
+                        _mm256_and_si256(_mm256_srli_epi32(c, 2), _mm256_set1_epi32(0x0FC0))),
         _mm256_and_si256(_mm256_srli_epi32(c, 16), _mm256_set1_epi32(0x3F)));
     // Not 1110xxxx 10xxxxxx 10xxxxxx, overlong (below U+0800) or a surrogate.
     const __m256i top = _mm256_and_si256(units[k], _mm256_set1_epi32(0xF800));
@@ -346,7 +334,7 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
   __m256i prev = _mm256_setzero_si256();
   while (i < n) {
     __m256i v[2];
-    left.len = n - i < kBytes ? n - i : kBytes;
+    left.len = Smaller(n - i, kBytes);
     if (left.len == kBytes) {
       Load(src + i, v);
     } else {
@@ -358,8 +346,8 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
       // long as it is ASCII (English text).
       Widen(v, dst + o);
       prev = v[1];
-      for (i += kBytes, o += kBytes; n - i >= 2 * kBytes && cap - o >= 2 * kBytes;
-           i += 2 * kBytes, o += 2 * kBytes) {
+      for (i += kBytes, o += kBytes; n - i >= kTwoBlocks && cap - o >= kTwoBlocks;
+           i += kTwoBlocks, o += kTwoBlocks) {
         __m256i next[2][2];
         Load(src + i, next[0]);
         Load(src + i + kBytes, next[1]);
@@ -467,7 +455,7 @@ CH_HELPER void EncodeUtf16(__m256i u, __m256i& first, __m256i& second) {
                       _mm256_set1_epi16(0xC0));
   const __m256i threeBytes = _mm256_or_si256(
       _mm256_or_si256(_mm256_srli_epi16(u, 12), _mm256_set1_epi16(static_cast<short>(0x80E0))),
-      _mm256_and_si256(_mm256_slli_epi16(u, 2), _mm256_set1_epi16(0x3F00)));
+      _mm256_slli_epi16(_mm256_and_si256(u, _mm256_set1_epi16(0x0FC0)), 2));
   const __m256i firstTwo =
       _mm256_blendv_epi8(_mm256_blendv_epi8(threeBytes, twoBytes, two), u, one);
   const __m256i third = _mm256_andnot_si256(two, last);
@@ -496,7 +484,7 @@ CH_HELPER void PackForms(__m256i first, __m256i second, const uint8_t* index, ui
 CH_HELPER void ThreeByteForms(__m256i units, uint8_t* to) {
   const __m256i firstTwo = _mm256_or_si256(
       _mm256_or_si256(_mm256_srli_epi16(units, 12), _mm256_set1_epi16(static_cast<short>(0x80E0))),
-      _mm256_and_si256(_mm256_slli_epi16(units, 2), _mm256_set1_epi16(0x3F00)));
+      _mm256_slli_epi16(_mm256_and_si256(units, _mm256_set1_epi16(0x0FC0)), 2));
   const __m256i last =
       _mm256_or_si256(_mm256_and_si256(units, _mm256_set1_epi16(0x3F)), _mm256_set1_epi16(0x80));
   const __m256i pack = _mm256_broadcastsi128_si256(
@@ -519,15 +507,15 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
   size_t o = ro;
   while (i < n) {
     __m256i v[2];
-    const size_t len = n - i < kUnits ? n - i : kUnits;
+    const size_t len = Smaller(n - i, kUnits);
     if (len == kUnits) {
       Load(src + i, v);
     } else {
       LoadPart(reinterpret_cast<const uint8_t*>(src + i), 2 * len, v);
     }
     // Nonzero where a unit is not ASCII.
-    const __m256i nonAscii[2] = {_mm256_subs_epu16(v[0], _mm256_set1_epi16(0x7F)),
-                                 _mm256_subs_epu16(v[1], _mm256_set1_epi16(0x7F))};
+    const __m256i nonAscii[] = {_mm256_subs_epu16(v[0], _mm256_set1_epi16(0x7F)),
+                                _mm256_subs_epu16(v[1], _mm256_set1_epi16(0x7F))};
     if (len == kUnits && cap - o >= kUnits &&
         _mm256_testz_si256(_mm256_or_si256(nonAscii[0], nonAscii[1]),
                            _mm256_set1_epi16(-1))) {  // 32 ASCII units
@@ -667,7 +655,7 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
   size_t o = ro;
   HalfWidthBytes b = {};
   while (i < n) {
-    b.len = n - i < kBytes ? n - i : kBytes;
+    StartHalfWidthBlock(b, n - i);
     __m256i v[2];
     if (b.len == kBytes) {
       Load(in + i, v);
@@ -680,7 +668,7 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
       // 64 bytes without a lead, and the text after them two blocks at a
       // time for as long as it is ASCII (English text).
       Store(v, out + o);
-      for (i += kBytes, o += kBytes; n - i >= 2 * kBytes; i += 2 * kBytes, o += 2 * kBytes) {
+      for (i += kBytes, o += kBytes; n - i >= kTwoBlocks; i += kTwoBlocks, o += kTwoBlocks) {
         __m256i next[2][2];
         Load(in + i, next[0]);
         Load(in + i + kBytes, next[1]);
@@ -693,8 +681,6 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
       }
       continue;
     }
-    b.atEnd = n - i == b.len;
-    b.ahead = n - i - b.len >= 2;
     // The bytes after each, zero past the text's end.
     __m256i s[2], t[2];
     if (b.ahead) {
@@ -703,7 +689,7 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
       Load(in + i + 2, t);
     } else {
       LoadPart(in + i + 1, n - i - 1, s);
-      LoadPart(in + i + 2, n - i < 2 ? 0 : n - i - 2, t);
+      LoadPart(in + i + 2, n - i - Smaller(n - i, kAhead), t);
     }
     b.changes = 0;
     for (int k = 0; k < 2; ++k) {
@@ -716,7 +702,7 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
       // as they last (Chinese and mixed text).
       Store(v, out + o);
       __m256i next[2];
-      for (i += kBytes, o += kBytes; n - i >= kBytes + 2 && ChangesNothing(in + i, next);
+      for (i += kBytes, o += kBytes; n - i >= kBytes + kAhead && ChangesNothing(in + i, next);
            i += kBytes, o += kBytes) {
         Store(next, out + o);
       }

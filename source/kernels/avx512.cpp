@@ -30,6 +30,7 @@ namespace {
 
 constexpr size_t kBytes = 64;
 constexpr size_t kUnits = 32;
+constexpr size_t kTwoBlocks = 2 * kBytes;
 
 struct Indexes {
   alignas(64) uint8_t bytes[64];
@@ -113,7 +114,7 @@ CH_HELPER bool ThreeByteChars(const uint8_t* from, uint16_t* to) {
         ~0ull, Load(kSpread3), _mm512_maskz_loadu_epi8(Below(48), from + 48 * k));
     units[k] = _mm512_ternarylogic_epi32(
         _mm512_maskz_slli_epi32(0xFFFF, _mm512_and_si512(c, _mm512_set1_epi32(0x0F)), 12),
-        _mm512_maskz_srli_epi32(0xFFFF, _mm512_and_si512(c, _mm512_set1_epi32(0x3F00)), 2),
+        _mm512_and_si512(_mm512_maskz_srli_epi32(0xFFFF, c, 2), _mm512_set1_epi32(0x0FC0)),
         _mm512_and_si512(_mm512_maskz_srli_epi32(0xFFFF, c, 16), _mm512_set1_epi32(0x3F)),
         0xFE);  // a | b | c
     // 1110xxxx 10xxxxxx 10xxxxxx, not overlong (below U+0800), no surrogate.
@@ -161,7 +162,7 @@ CH_RUN void Avx512Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* d
   Utf8Bytes b = {};
   __m512i prev = _mm512_setzero_si512();
   while (i < n) {
-    const size_t len = n - i < kBytes ? n - i : kBytes;
+    const size_t len = Smaller(n - i, kBytes);
     const __m512i x = _mm512_maskz_loadu_epi8(Below(len), src + i);
     b.nonAscii = _mm512_movepi8_mask(x);
     if ((b.nonAscii | b.claimed) == 0 && len == kBytes && cap - o >= kBytes) {
@@ -169,8 +170,8 @@ CH_RUN void Avx512Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* d
       // long as it is ASCII (English text).
       Widen(x, dst + o);
       prev = x;
-      for (i += kBytes, o += kBytes; n - i >= 2 * kBytes && cap - o >= 2 * kBytes;
-           i += 2 * kBytes, o += 2 * kBytes) {
+      for (i += kBytes, o += kBytes; n - i >= kTwoBlocks && cap - o >= kTwoBlocks;
+           i += kTwoBlocks, o += kTwoBlocks) {
         const __m512i first = _mm512_loadu_si512(src + i);
         const __m512i second = _mm512_loadu_si512(src + i + kBytes);
         if (_mm512_movepi8_mask(_mm512_or_si512(first, second)) != 0) {
@@ -202,7 +203,7 @@ CH_RUN void Avx512Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* d
         continue;
       }
     }
-    b.cont = _mm512_cmplt_epi8_mask(x, Byte(0xC0));
+    b.cont = _mm512_cmplt_epi8_mask(x, Byte(kLeadsFrom));
     b.bad = _mm512_cmpeq_epi8_mask(high, Byte(0xF0)) |
             _mm512_cmpeq_epi8_mask(_mm512_and_si512(x, Byte(0xFE)), Byte(0xC0));
     const __m512i p1 = _mm512_permutex2var_epi8(x, Load(kBefore1), prev);
@@ -223,7 +224,7 @@ CH_RUN void Avx512Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* d
         0xFFFF, _mm512_maskz_and_epi32(0xFFFF, _mm512_maskz_srli_epi16(~0u, p1, 2), Byte(0x0F)),
         _mm512_maskz_and_epi32(
             0xFFFF, _mm512_maskz_slli_epi16(~0u, p2, 4),
-            _mm512_maskz_mov_epi8(_mm512_cmplt_epi8_mask(p1, Byte(0xC0)), Byte(0xF0))));
+            _mm512_maskz_mov_epi8(_mm512_cmplt_epi8_mask(p1, Byte(kLeadsFrom)), Byte(0xF0))));
     const __m512i packedLo = _mm512_maskz_compress_epi8(plan.ends, lo);
     const __m512i packedHi =
         _mm512_maskz_compress_epi8(plan.ends, _mm512_maskz_mov_epi8(b.nonAscii, hi));
@@ -256,8 +257,8 @@ CH_HELPER __m512i Forms(__m256i units, uint32_t twoOrMore, uint32_t three) {
   const __m512i threeBytes = _mm512_or_si512(
       _mm512_or_si512(_mm512_maskz_srli_epi32(0xFFFF, u, 12), _mm512_set1_epi32(0x8080E0)),
       _mm512_or_si512(
-          _mm512_and_si512(_mm512_maskz_slli_epi32(0xFFFF, u, 2), _mm512_set1_epi32(0x3F00)),
-          _mm512_and_si512(_mm512_maskz_slli_epi32(0xFFFF, u, 16), _mm512_set1_epi32(0x3F0000))));
+          _mm512_maskz_slli_epi32(0xFFFF, _mm512_and_si512(u, _mm512_set1_epi32(0x0FC0)), 2),
+          _mm512_maskz_slli_epi32(0xFFFF, _mm512_and_si512(u, _mm512_set1_epi32(0x3F)), 16)));
   return _mm512_mask_mov_epi32(
       _mm512_mask_mov_epi32(u, static_cast<__mmask16>(twoOrMore), twoBytes),
       static_cast<__mmask16>(three), threeBytes);
@@ -268,7 +269,7 @@ CH_RUN void Avx512Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* d
   size_t i = ri;
   size_t o = ro;
   while (i < n) {
-    const size_t len = n - i < kUnits ? n - i : kUnits;
+    const size_t len = Smaller(n - i, kUnits);
     const __m512i x = _mm512_maskz_loadu_epi16(static_cast<__mmask32>(Below(len)), src + i);
     const Utf16Units units = {
         _mm512_test_epi16_mask(x, _mm512_set1_epi16(static_cast<short>(0xFF80))),
@@ -285,14 +286,14 @@ CH_RUN void Avx512Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* d
     const Utf16Plan plan = PlanUtf16(units, cap - o);
     // The forms of all units, packed; the store keeps those of the units
     // taken, which come first.
-    const __m512i forms[2] = {
+    const __m512i forms[] = {
         Forms(_mm512_maskz_extracti64x4_epi64(0xF, x, 0), static_cast<uint32_t>(units.twoOrMore),
               static_cast<uint32_t>(units.three)),
         Forms(_mm512_maskz_extracti64x4_epi64(0xF, x, 1),
               static_cast<uint32_t>(units.twoOrMore >> 16),
               static_cast<uint32_t>(units.three >> 16))};
     const uint64_t used = _mm512_test_epi8_mask(forms[0], forms[0]);
-    const size_t first = CountOnes(used) < plan.bytes ? CountOnes(used) : plan.bytes;
+    const size_t first = Smaller(CountOnes(used), plan.bytes);
     _mm512_mask_storeu_epi8(dst + o, Below(first), _mm512_maskz_compress_epi8(used, forms[0]));
     _mm512_mask_storeu_epi8(
         dst + o + first, Below(plan.bytes - first),
@@ -351,14 +352,14 @@ CH_RUN void Avx512HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* ou
   size_t o = ro;
   HalfWidthBytes b = {};
   while (i < n) {
-    b.len = n - i < kBytes ? n - i : kBytes;
+    StartHalfWidthBlock(b, n - i);
     const __m512i x = _mm512_maskz_loadu_epi8(Below(b.len), in + i);
     b.leads = _mm512_cmpeq_epi8_mask(_mm512_and_si512(x, Byte(0xF0)), Byte(0xE0));
     if ((b.leads | b.skip) == 0 && b.len == kBytes) {
       // 64 bytes without a lead, and the text after them two blocks at a
       // time for as long as it is ASCII (English text).
       _mm512_storeu_si512(out + o, x);
-      for (i += kBytes, o += kBytes; n - i >= 2 * kBytes; i += 2 * kBytes, o += 2 * kBytes) {
+      for (i += kBytes, o += kBytes; n - i >= kTwoBlocks; i += kTwoBlocks, o += kTwoBlocks) {
         const __m512i first = _mm512_loadu_si512(in + i);
         const __m512i second = _mm512_loadu_si512(in + i + kBytes);
         if (_mm512_movepi8_mask(_mm512_or_si512(first, second)) != 0) {
@@ -371,10 +372,9 @@ CH_RUN void Avx512HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* ou
     }
     // The bytes after each, the last two from the next block when known
     // (`ahead`).
-    b.atEnd = n - i == b.len;
-    b.ahead = n - i - b.len >= 2;
     const __m512i second = _mm512_maskz_loadu_epi8(Below(n - i - 1), in + i + 1);
-    const __m512i third = _mm512_maskz_loadu_epi8(Below(n - i < 2 ? 0 : n - i - 2), in + i + 2);
+    const __m512i third =
+        _mm512_maskz_loadu_epi8(Below(n - i - Smaller(n - i, kAhead)), in + i + 2);
     // Bytes 64 and 65 are the last two of `third`.
     b.leadsAhead = _mm512_cmpeq_epi8_mask(_mm512_and_si512(third, Byte(0xF0)), Byte(0xE0)) >> 62;
     const __m512i halves = Halves(x, second, third);
@@ -384,7 +384,7 @@ CH_RUN void Avx512HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* ou
       // as they last (Chinese and mixed text).
       _mm512_storeu_si512(out + o, x);
       __m512i next;
-      for (i += kBytes, o += kBytes; n - i >= kBytes + 2 && ChangesNothing(in + i, next);
+      for (i += kBytes, o += kBytes; n - i >= kBytes + kAhead && ChangesNothing(in + i, next);
            i += kBytes, o += kBytes) {
         _mm512_storeu_si512(out + o, next);
       }

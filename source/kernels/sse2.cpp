@@ -53,7 +53,7 @@ CH_HELPER Utf8Bytes ClassifyUtf8(const __m128i (&v)[4], __m128i prev, const Utf8
         _mm_and_si128(_mm_cmpgt_epi8(x, Byte(0x9F)), _mm_cmplt_epi8(x, _mm_setzero_si128()));
     const __m128i high = _mm_and_si128(x, Byte(0xF0));
     b.nonAscii |= Bits(x, k);
-    b.cont |= Bits(_mm_cmplt_epi8(x, Byte(0xC0)), k);
+    b.cont |= Bits(_mm_cmplt_epi8(x, Byte(kLeadsFrom)), k);
     b.lead3 |= Bits(_mm_cmpeq_epi8(high, Byte(0xE0)), k);
     b.bad |= Bits(_mm_or_si128(_mm_cmpeq_epi8(high, Byte(0xF0)),
                                _mm_cmpeq_epi8(_mm_and_si128(x, Byte(0xFE)), Byte(0xC0))),
@@ -76,7 +76,7 @@ CH_HELPER void DecodeUtf8(const __m128i (&v)[4], __m128i prev, uint16_t* units) 
     const __m128i nonAscii = _mm_cmplt_epi8(x, zero);
     const __m128i lo = _mm_or_si128(_mm_and_si128(x, Byte(0x3F)),
                                     _mm_and_si128(_mm_slli_epi16(p1, 6), Byte(0xC0)));
-    const __m128i third = _mm_and_si128(_mm_cmplt_epi8(p1, Byte(0xC0)),
+    const __m128i third = _mm_and_si128(_mm_cmplt_epi8(p1, Byte(kLeadsFrom)),
                                         _mm_and_si128(_mm_slli_epi16(p2, 4), Byte(0xF0)));
     const __m128i hi = _mm_and_si128(
         nonAscii, _mm_or_si128(_mm_and_si128(_mm_srli_epi16(p1, 2), Byte(0x0F)), third));
@@ -105,7 +105,7 @@ CH_HELPER bool ThreeByteChars(const uint8_t* from, uint16_t* to) {
         _mm_and_si128(_mm_slli_epi64(pairs, 8), _mm_set_epi32(0xFFFFFF, 0, 0xFFFFFF, 0)));
     units[k] =
         _mm_or_si128(_mm_or_si128(_mm_slli_epi32(_mm_and_si128(c, _mm_set1_epi32(0x0F)), 12),
-                                  _mm_srli_epi32(_mm_and_si128(c, _mm_set1_epi32(0x3F00)), 2)),
+                                  _mm_and_si128(_mm_srli_epi32(c, 2), _mm_set1_epi32(0x0FC0))),
                      _mm_and_si128(_mm_srli_epi32(c, 16), _mm_set1_epi32(0x3F)));
     // Not 1110xxxx 10xxxxxx 10xxxxxx, overlong (below U+0800) or a surrogate.
     const __m128i top = _mm_and_si128(units[k], _mm_set1_epi32(0xF800));
@@ -154,7 +154,7 @@ CH_TARGET void Sse2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
   while (i < n) {
     __m128i v[4];
     Load(BlockAt(src, n, i, pad), v);
-    left.len = n - i < kBytes ? n - i : kBytes;
+    left.len = Smaller(n - i, kBytes);
     if (left.claimed == 0 && left.len == kBytes && cap - o >= kBytes &&
         _mm_movemask_epi8(_mm_or_si128(_mm_or_si128(v[0], v[1]), _mm_or_si128(v[2], v[3]))) ==
             0) {  // 64 ASCII bytes
@@ -239,7 +239,7 @@ CH_HELPER void EncodeUtf16(const __m128i (&v)[4], uint32_t* lanes) {
     const __m128i twoBytes = _mm_or_si128(_mm_srli_epi16(u, 6), _mm_slli_epi16(last, 8));
     const __m128i threeBytes = _mm_or_si128(
         _mm_or_si128(_mm_srli_epi16(u, 12), _mm_set1_epi16(static_cast<short>(0x80E0))),
-        _mm_and_si128(_mm_slli_epi16(u, 2), _mm_set1_epi16(0x3F00)));
+        _mm_slli_epi16(_mm_and_si128(u, _mm_set1_epi16(0x0FC0)), 2));
     const __m128i firstTwo = _mm_or_si128(
         _mm_and_si128(one, u),
         _mm_andnot_si128(
@@ -260,7 +260,7 @@ CH_HELPER void EncodeUtf16(const __m128i (&v)[4], uint32_t* lanes) {
 CH_HELPER void ThreeByteForms(__m128i units, uint8_t* to) {
   const __m128i firstTwo = _mm_or_si128(
       _mm_or_si128(_mm_srli_epi16(units, 12), _mm_set1_epi16(static_cast<short>(0x80E0))),
-      _mm_and_si128(_mm_slli_epi16(units, 2), _mm_set1_epi16(0x3F00)));
+      _mm_slli_epi16(_mm_and_si128(units, _mm_set1_epi16(0x0FC0)), 2));
   const __m128i last =
       _mm_or_si128(_mm_and_si128(units, _mm_set1_epi16(0x3F)), _mm_set1_epi16(0x80));
   uint64_t pairs[4];
@@ -287,7 +287,7 @@ CH_TARGET void Sse2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
   while (i < n) {
     __m128i v[4];
     Load(reinterpret_cast<const uint8_t*>(BlockAt(src, n, i, pad)), v);
-    const size_t len = n - i < kUnits ? n - i : kUnits;
+    const size_t len = Smaller(n - i, kUnits);
     const __m128i any = _mm_or_si128(_mm_or_si128(v[0], v[1]), _mm_or_si128(v[2], v[3]));
     if (len == kUnits && cap - o >= kUnits &&
         _mm_movemask_epi8(_mm_cmpeq_epi16(_mm_subs_epu16(any, _mm_set1_epi16(0x7F)),
@@ -309,7 +309,7 @@ CH_TARGET void Sse2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
       threes |= unsigned{_mm_movemask_epi8(notThree) == 0} << k;
     }
     const size_t whole = static_cast<size_t>(__builtin_ctz(~threes));
-    const size_t registers = whole < len / 8 ? whole : len / 8;
+    const size_t registers = Smaller(whole, len / 8);
     if (registers > 0 && cap - o >= 24 * registers) {
       for (size_t k = 0; k < registers; ++k) ThreeByteForms(v[k], dst + o + 24 * k);
       i += 8 * registers;
@@ -347,9 +347,7 @@ CH_TARGET void Sse2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
     const uint8_t* block = BlockAt(in, n, i, pad);
     __m128i v[4];
     Load(block, v);
-    b.len = n - i < kBytes ? n - i : kBytes;
-    b.atEnd = n - i == b.len;
-    b.ahead = n - i - b.len >= 2;
+    StartHalfWidthBlock(b, n - i);
     b.leads = 0;
     for (int k = 0; k < 4; ++k) {
       b.leads |= Bits(_mm_cmpeq_epi8(_mm_and_si128(v[k], Byte(0xF0)), Byte(0xE0)), k);
