@@ -36,9 +36,8 @@ TEST(GetUTF16Text, ReturnsANewZeroFilledWideText) {
   }
 }
 
-// szText is written on success only, also when an allocation fails; position
-// 715,827,882 is too long to triple in an int and fails before anything is
-// read.
+// szText is written on success only, also when an allocation fails; position 715,827,882 is too
+// long to triple in an int and fails before anything is read.
 TEST(GetUtf8TextFromUtf16, WritesTheFirstUnitsOnSuccessOnly) {
   const std::tuple<std::u16string, int, std::string, RResult> rows[] = {
       {u"ab\x4F60\0zz", 0, "", RESULT_SUCCEEDED},
@@ -110,10 +109,9 @@ TEST(ReadUtf8Line, ReadsLinesUpTo2047BytesAndSignalsTheEndWithSuccess) {
   }
 }
 
-// Every text function's size limit on one mapped text: sizes that an int
-// cannot hold fail with RESULT_OUT_OF_MEMORY before anything is allocated,
-// and lengths whose int form would be short (2^32 + 4 truncates to 4) neither
-// overrun nor allocate.
+// Every text function's size limit on one mapped text: sizes that an int cannot hold fail with
+// RESULT_OUT_OF_MEMORY before anything is allocated, and lengths whose int form would be short
+// (2^32 + 4 truncates to 4) neither overrun nor allocate.
 TEST(TextSizes, BeyondTheIntLimitFailBeforeAllocatingOrOverrunning) {
   std::string whyNot;
   char* tail = platform::MapHugeText("b \r\n", whyNot);

@@ -34,8 +34,7 @@ Converted<Dst> Convert(const std::basic_string<Src>& src, int dstSize = 64) {
   return out;
 }
 
-// Every malformed form, with the prefix before it that each destination type
-// keeps.
+// Every malformed form, with the prefix before it that each destination type keeps.
 TEST(ConvertUtfString, RejectsMalformedUtf8AndKeepsThePrefixBeforeIt) {
   const std::pair<std::string, std::string> rows[] = {
       {"a\x80z", "a"},
@@ -84,11 +83,10 @@ TEST(ConvertUtfString, RejectsLoneSurrogatesAndOutOfRangeValues) {
   }
 }
 
-// Every type pair, both ways, across the boundaries of the UTF-8 and UTF-16
-// forms (a byte-order mark is an ordinary character), with a short character
-// after each long one: the known encoding with room to spare, and into every
-// smaller size the longest prefix of whole characters that fits in
-// dstSize - 1 units, with success exactly when all of it fits.
+// Every type pair, both ways, across the boundaries of the UTF-8 and UTF-16 forms (a byte-order
+// mark is an ordinary character), with a short character after each long one: the known encoding
+// with room to spare, and into every smaller size the longest prefix of whole characters that fits
+// in dstSize - 1 units, with success exactly when all of it fits.
 TEST(ConvertUtfString, ConvertsEveryPairIntoEverySizeWithoutSplittingACharacter) {
   const std::u32string text = {0x7F,   0x80,   0x7FF, 'x',     0x800,   0xD7FF,   0xE000,
                                0xFEFF, 0xFFFF, 'y',   0x10000, 0x1F600, 0x10FFFF, 'z'};

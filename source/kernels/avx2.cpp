@@ -315,7 +315,7 @@ CH_HELPER void Widen(const __m256i (&v)[2], uint16_t* dst) {
 // where the first 32 bytes are the leads of such characters.
 CH_HELPER size_t ChineseGroups(const uint8_t* src, size_t n, uint16_t* dst, size_t cap) {
   size_t at = 0, o = 0;
-  if (n >= kBytes && ThreeByteLeads(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(src)))) {
+  if (n >= 48 && ThreeByteLeads(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(src)))) {
     for (; n - at >= 48 && cap - o >= 16 && ThreeByteChars(src + at, dst + o); at += 48, o += 16) {
     }
   }

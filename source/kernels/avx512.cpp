@@ -140,18 +140,25 @@ CH_HELPER bool ChineseShape(uint64_t lead3, size_t open) {
   return lead3 == 0x9249249249249249 << (3 - open) % 3;
 }
 
-// Chinese text as the UTF-8 run takes it: 32 three-byte characters at a
-// time for as long as it lasts, where the first 64 bytes have its shape.
+// Chinese text: 32 three-byte characters at a time for as long as it lasts,
+// from src[at] to dst[o].
+CH_HELPER void ChineseGroups(const uint8_t* src, size_t n, size_t& at, uint16_t* dst, size_t cap,
+                             size_t& o) {
+  for (; n - at >= 96 && cap - o >= 32 && ThreeByteChars(src + at, dst + o); at += 96, o += 32) {
+  }
+}
+
+// As the UTF-8 run takes Chinese text: where the first 64 bytes have its
+// shape.
 CH_RUN size_t Avx512ThreeByteGroups(const uint8_t* src, size_t n, uint16_t* dst, size_t cap) {
-  size_t o = 0;
-  if (n >= 96 &&
-      ChineseShape(
+  if (n < 96 ||
+      !ChineseShape(
           _mm512_cmpeq_epi8_mask(_mm512_and_si512(_mm512_loadu_si512(src), Byte(0xF0)), Byte(0xE0)),
           0)) {
-    for (size_t at = 0; n - at >= 96 && cap - o >= 32 && ThreeByteChars(src + at, dst + o);
-         at += 96, o += 32) {
-    }
+    return 0;
   }
+  size_t at = 0, o = 0;
+  ChineseGroups(src, n, at, dst, cap, o);
   return o;
 }
 
@@ -190,18 +197,14 @@ CH_RUN void Avx512Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* d
     // bytes before the block). The next block starts at a character, so
     // needs no bytes before it.
     const size_t start = i - b.open;
-    if (n - start >= 96 && ChineseShape(b.lead3, b.open)) {
-      size_t at = start;
-      for (; n - at >= 96 && cap - o >= 32 && ThreeByteChars(src + at, dst + o);
-           at += 96, o += 32) {
-      }
-      if (at != start) {
-        i = at;
-        b.claimed = 0;
-        b.open = 0;
-        prev = _mm512_setzero_si512();
-        continue;
-      }
+    size_t at = start;
+    if (n - start >= 96 && ChineseShape(b.lead3, b.open)) ChineseGroups(src, n, at, dst, cap, o);
+    if (at != start) {
+      i = at;
+      b.claimed = 0;
+      b.open = 0;
+      prev = _mm512_setzero_si512();
+      continue;
     }
     b.cont = _mm512_cmplt_epi8_mask(x, Byte(kLeadsFrom));
     b.bad = _mm512_cmpeq_epi8_mask(high, Byte(0xF0)) |

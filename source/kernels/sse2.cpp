@@ -87,19 +87,20 @@ CH_HELPER void DecodeUtf8(const __m128i (&v)[4], __m128i prev, uint16_t* units) 
   }
 }
 
-// Eight three-byte characters, the 24 bytes at `from` (26 readable), as
-// units at `to`; false, with nothing written, unless all of them are well
-// formed. Six bytes per 64-bit lane are split into three per 32-bit lane,
-// checked and decoded there, and packed to 16 bits (offset by 0x8000 around
-// the signed saturating pack).
+// Eight three-byte characters, the 24 bytes at `from`, as units at `to`;
+// false, with nothing written, unless all of them are well formed. Six bytes
+// per 64-bit lane (the second six loaded from two bytes before them and
+// shifted down, so that no byte after the 24 is read) are split into three
+// per 32-bit lane, checked and decoded there, and packed to 16 bits (offset
+// by 0x8000 around the signed saturating pack).
 CH_HELPER bool ThreeByteChars(const uint8_t* from, uint16_t* to) {
   const __m128i zero = _mm_setzero_si128();
   __m128i units[2];
   __m128i wrong = zero;
   for (int k = 0; k < 2; ++k) {
-    const __m128i pairs =
-        _mm_unpacklo_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(from + 12 * k)),
-                           _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from + 12 * k + 6)));
+    const __m128i pairs = _mm_unpacklo_epi64(
+        _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from + 12 * k)),
+        _mm_srli_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(from + 12 * k + 4)), 16));
     const __m128i c = _mm_or_si128(
         _mm_and_si128(pairs, _mm_set_epi32(0, 0xFFFFFF, 0, 0xFFFFFF)),
         _mm_and_si128(_mm_slli_epi64(pairs, 8), _mm_set_epi32(0xFFFFFF, 0, 0xFFFFFF, 0)));
@@ -130,11 +131,11 @@ CH_HELPER bool ThreeByteChars(const uint8_t* from, uint16_t* to) {
 // lasts, where the first 16 bytes are the leads of such characters.
 CH_HELPER size_t ChineseGroups(const uint8_t* src, size_t n, uint16_t* dst, size_t cap) {
   size_t at = 0, o = 0;
-  if (n >= 26 &&
+  if (n >= 24 &&
       _mm_movemask_epi8(_mm_cmpeq_epi8(
           _mm_and_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(src)), Byte(0xF0)),
           Byte(0xE0))) == 0x9249) {
-    for (; n - at >= 26 && cap - o >= 8 && ThreeByteChars(src + at, dst + o); at += 24, o += 8) {
+    for (; n - at >= 24 && cap - o >= 8 && ThreeByteChars(src + at, dst + o); at += 24, o += 8) {
     }
   }
   return o;
