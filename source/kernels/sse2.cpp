@@ -89,8 +89,8 @@ CH_HELPER void DecodeUtf8(const __m128i (&v)[4], __m128i prev, uint16_t* units) 
 
 // Eight three-byte characters, the 24 bytes at `from`, as units at `to`;
 // false, with nothing written, unless all of them are well formed. Six bytes
-// per 64-bit lane (the second six loaded from two bytes before them and
-// shifted down, so that no byte after the 24 is read) are split into three
+// per 64-bit lane (the last six loaded from two bytes before them and shifted
+// down, so that no byte after the 24 is read) are split into three
 // per 32-bit lane, checked and decoded there, and packed to 16 bits (offset
 // by 0x8000 around the signed saturating pack).
 CH_HELPER bool ThreeByteChars(const uint8_t* from, uint16_t* to) {
@@ -100,7 +100,8 @@ CH_HELPER bool ThreeByteChars(const uint8_t* from, uint16_t* to) {
   for (int k = 0; k < 2; ++k) {
     const __m128i pairs = _mm_unpacklo_epi64(
         _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from + 12 * k)),
-        _mm_srli_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(from + 12 * k + 4)), 16));
+        k == 0 ? _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from + 6))
+               : _mm_srli_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(from + 16)), 16));
     const __m128i c = _mm_or_si128(
         _mm_and_si128(pairs, _mm_set_epi32(0, 0xFFFFFF, 0, 0xFFFFFF)),
         _mm_and_si128(_mm_slli_epi64(pairs, 8), _mm_set_epi32(0xFFFFFF, 0, 0xFFFFFF, 0)));
