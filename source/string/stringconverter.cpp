@@ -214,7 +214,7 @@ RResult Convert(const Kernels& kernels, const Src* src, Dst* dst, size_t cap) {
   size_t i = 0;
   size_t o = 0;
   RResult result = RESULT_SUCCEEDED;
-  while (i < known.n) {
+  for (;;) {
     Runs(kernels, src, known.n, i, dst, cap, o);
     Grow(src, i, known);
     if (i == known.n) break;
