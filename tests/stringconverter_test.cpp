@@ -50,7 +50,7 @@ TEST(ConvertUtfString, RejectsMalformedUtf8AndKeepsThePrefixBeforeIt) {
       {"\xE4\xBDz", ""},
       {"\xC3z", ""},
       {"a\xC3\xC0", "a"},
-      {"abcdefghijklmnopqrstu\x80", "abcdefghijklmnopqrstu"}};
+      {"abcdefghijklmnopqrstu\xED\xBF\xBF", "abcdefghijklmnopqrstu"}};
   for (const auto& [bytes, prefix] : rows) {
     const Converted<char16_t> out = Convert<char16_t>(bytes);
     EXPECT_EQ(out.first, RESULT_INV_DATA) << bytes;
