@@ -312,10 +312,12 @@ CH_HELPER void Widen(const __m256i (&v)[2], uint16_t* dst) {
 }
 
 // Chinese text: 16 three-byte characters at a time for as long as it lasts,
-// where the first 32 bytes are the leads of such characters.
-CH_HELPER size_t ChineseGroups(const uint8_t* src, size_t n, uint16_t* dst, size_t cap) {
+// where the first 32 bytes are the leads of such characters and the text
+// holds at least `least` bytes (48, one group, or more).
+CH_HELPER size_t ChineseGroups(const uint8_t* src, size_t n, uint16_t* dst, size_t cap,
+                               size_t least) {
   size_t at = 0, o = 0;
-  if (n >= 48 && ThreeByteLeads(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(src)))) {
+  if (n >= least && ThreeByteLeads(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(src)))) {
     for (; n - at >= 48 && cap - o >= 16 && ThreeByteChars(src + at, dst + o); at += 48, o += 16) {
     }
   }
@@ -323,7 +325,7 @@ CH_HELPER size_t ChineseGroups(const uint8_t* src, size_t n, uint16_t* dst, size
 }
 
 CH_TARGET size_t Avx2ThreeByteGroups(const uint8_t* src, size_t n, uint16_t* dst, size_t cap) {
-  return ChineseGroups(src, n, dst, cap);
+  return ChineseGroups(src, n, dst, cap, 48);
 }
 
 CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* dst, size_t cap,
@@ -364,9 +366,8 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
     // Chinese text, from the first character not taken yet. The next block
     // starts at a character, so needs no bytes before it.
     const size_t start = i - left.open;
-    // (Not for the last bytes of a text, which one block takes faster.)
-    const size_t taken =
-        n - start >= kBytes ? ChineseGroups(src + start, n - start, dst + o, cap - o) : 0;
+    // (Not for the last block of a text, which the block code takes faster.)
+    const size_t taken = ChineseGroups(src + start, n - start, dst + o, cap - o, kBytes);
     if (taken != 0) {
       i = start + 3 * taken;
       o += taken;
@@ -691,7 +692,7 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
       Load(in + i + 2, t);
     } else {
       LoadPart(in + i + 1, n - i - 1, s);
-      LoadPart(in + i + 2, n - i - Smaller(n - i, kAhead), t);
+      LoadPart(in + i + 2, Remaining(n - i, kAhead), t);
     }
     b.changes = 0;
     for (int k = 0; k < 2; ++k) {

@@ -376,8 +376,7 @@ CH_RUN void Avx512HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* ou
     // The bytes after each, the last two from the next block when known
     // (`ahead`).
     const __m512i second = _mm512_maskz_loadu_epi8(Below(n - i - 1), in + i + 1);
-    const __m512i third =
-        _mm512_maskz_loadu_epi8(Below(n - i - Smaller(n - i, kAhead)), in + i + 2);
+    const __m512i third = _mm512_maskz_loadu_epi8(Below(Remaining(n - i, kAhead)), in + i + 2);
     // Bytes 64 and 65 are the last two of `third`.
     b.leadsAhead = _mm512_cmpeq_epi8_mask(_mm512_and_si512(third, Byte(0xF0)), Byte(0xE0)) >> 62;
     const __m512i halves = Halves(x, second, third);

@@ -23,6 +23,9 @@ constexpr uint64_t Below(size_t count) { return count < 64 ? (uint64_t{1} << cou
 // block's length in memory in one of the UTF-16 loops, a third slower.
 constexpr size_t Smaller(size_t a, size_t b) { return a < b ? a : b; }
 
+// What is left of `size` after its first `skip` (nothing when it is shorter).
+constexpr size_t Remaining(size_t size, size_t skip) { return size < skip ? 0 : size - skip; }
+
 constexpr size_t CountOnes(uint64_t bits) {
   return static_cast<size_t>(__builtin_popcountll(bits));
 }
@@ -215,7 +218,7 @@ inline bool Unchanged(const HalfWidthBytes& b) {
 
 inline HalfWidthPlan PlanHalfWidth(const HalfWidthBytes& b) {
   const uint64_t leads = b.leads & ~Below(b.skip);
-  const uint64_t lastTwo = ~Below(b.len - Smaller(b.len, kAhead)) & Below(b.len);
+  const uint64_t lastTwo = ~Below(Remaining(b.len, kAhead)) & Below(b.len);
   const uint64_t odd = LeadsOverLeads(b, leads) | (b.atEnd ? leads & lastTwo : 0);
   const uint64_t open = b.atEnd || b.ahead ? 0 : leads & lastTwo;
   // What the next block starts with depends on this block's last two leads
