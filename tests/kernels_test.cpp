@@ -56,10 +56,11 @@ TEST(Kernels, EveryLevelAgreesWithTheScalarOneOnEveryThreeByteCharacter) {
 // A lead cut short by a character that changes, after every number of bytes
 // of Chinese text: the lead takes that character's first bytes as its own, so
 // nothing changes, also where the two meet across blocks. And cut short by
-// blocks of ASCII, after every number of ASCII bytes: the conversion stops.
+// blocks of ASCII, after every number of ASCII bytes: the conversion stops,
+// where U+0080 (the first unit that is not ASCII) there is taken.
 TEST(Kernels, ALeadCutShortSwallowsTheStartOfTheCharacterAfterIt) {
   for (size_t before = 0; before < 192; ++before) {
-    for (const char* cut : {"\xE4", "\xE4\xBD"}) {
+    for (const char* cut : {"\xE4", "\xE4\xBD", "\xC2\x80"}) {
       std::string text(before % 3, 'a');
       for (size_t k = before / 3; k > 0; --k) text += "\xE4\xBD\xA0";
       text += std::string(cut) + "\xE3\x80\x80" + text;
