@@ -57,10 +57,11 @@ using CpuCheck = bool (*)();
 // from the start of `src` (n bytes known), whole groups of three-byte
 // characters (U+0800 to U+FFFF, no surrogate) into `dst` (room for `cap`
 // units), for as long as the text and the room hold whole groups; returns
-// the characters taken. A group is one character at the scalar level and at
-// most 32 at any other, which takes all but fewer than 32 of the characters
-// that the scalar level takes: a level whose shape refuses Chinese text is a
-// failing test, not only a slower run.
+// the characters taken. A group is one character at the scalar level and 8,
+// 16 or 32 at the others, each taken as soon as its own bytes are known: a
+// level takes every whole group of the characters that the scalar level
+// takes, so a shape that refuses Chinese text is a failing test, not only a
+// slower run.
 using ThreeByteGroups = size_t (*)(const uint8_t* src, size_t n, uint16_t* dst, size_t cap);
 
 // Each slot has a type of its own, so that a table with two kernels swapped

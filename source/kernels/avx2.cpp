@@ -148,6 +148,11 @@ bool Avx2Supported() {
 
 CH_HELPER __m256i Byte(int b) { return _mm256_set1_epi8(static_cast<char>(b)); }
 
+// All ones in the bytes of `x` that lead a three-byte character (1110xxxx).
+CH_HELPER __m256i LeadBytes(__m256i x) {
+  return _mm256_cmpeq_epi8(_mm256_and_si256(x, Byte(0xF0)), Byte(0xE0));
+}
+
 CH_HELPER uint64_t Bits(__m256i m, int k) {
   return uint64_t{static_cast<uint32_t>(_mm256_movemask_epi8(m))} << (32 * k);
 }
@@ -275,8 +280,7 @@ CH_HELPER bool ThreeByteChars(const uint8_t* from, uint16_t* to) {
 // Whether the 32 bytes of `x` have the leads of 3-byte characters that start
 // at its first byte, as Chinese text has.
 CH_HELPER bool ThreeByteLeads(__m256i x) {
-  return static_cast<uint32_t>(_mm256_movemask_epi8(
-             _mm256_cmpeq_epi8(_mm256_and_si256(x, Byte(0xF0)), Byte(0xE0)))) == 0x49249249;
+  return static_cast<uint32_t>(_mm256_movemask_epi8(LeadBytes(x))) == 0x49249249;
 }
 
 // Two rows of a shuffle table, one per 128-bit lane.
@@ -599,8 +603,7 @@ CH_HELPER __m256i Lookup(const uint8_t (&table)[16], __m256i index) {
 CH_HELPER __m256i Changes(__m256i x, __m256i s, __m256i t) {
   const __m256i low = Byte(0x0F);
   const __m256i classes = _mm256_and_si256(
-      _mm256_and_si256(Lookup(kChangeTables.lead, _mm256_and_si256(x, low)),
-                       _mm256_cmpeq_epi8(_mm256_and_si256(x, Byte(0xF0)), Byte(0xE0))),
+      _mm256_and_si256(Lookup(kChangeTables.lead, _mm256_and_si256(x, low)), LeadBytes(x)),
       _mm256_and_si256(
           Lookup(kChangeTables.secondLow, _mm256_and_si256(s, low)),
           Lookup(kChangeTables.secondHigh, _mm256_and_si256(_mm256_srli_epi16(s, 4), low))));
@@ -641,10 +644,8 @@ CH_HELPER bool ChangesNothing(const uint8_t* from, __m256i (&x)[2]) {
   __m256i leads = _mm256_setzero_si256();
   __m256i odd = _mm256_setzero_si256();
   for (int k = 0; k < 2; ++k) {
-    const __m256i lead = _mm256_cmpeq_epi8(_mm256_and_si256(x[k], Byte(0xF0)), Byte(0xE0));
-    const __m256i leadAfter =
-        _mm256_or_si256(_mm256_cmpeq_epi8(_mm256_and_si256(s[k], Byte(0xF0)), Byte(0xE0)),
-                        _mm256_cmpeq_epi8(_mm256_and_si256(t[k], Byte(0xF0)), Byte(0xE0)));
+    const __m256i lead = LeadBytes(x[k]);
+    const __m256i leadAfter = _mm256_or_si256(LeadBytes(s[k]), LeadBytes(t[k]));
     leads = _mm256_or_si256(leads, lead);
     odd = _mm256_or_si256(odd, _mm256_or_si256(_mm256_and_si256(lead, leadAfter),
                                                Changes(x[k], _mm256_and_si256(s[k], Byte(0x3F)),
@@ -665,8 +666,7 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
     } else {
       LoadPart(in + i, b.len, v);
     }
-    b.leads = Bits(_mm256_cmpeq_epi8(_mm256_and_si256(v[0], Byte(0xF0)), Byte(0xE0)), 0) |
-              Bits(_mm256_cmpeq_epi8(_mm256_and_si256(v[1], Byte(0xF0)), Byte(0xE0)), 1);
+    b.leads = Bits(LeadBytes(v[0]), 0) | Bits(LeadBytes(v[1]), 1);
     if ((b.leads | b.skip) == 0 && b.len == kBytes) {
       // 64 bytes without a lead, and the text after them two blocks at a
       // time for as long as it is ASCII (English text).

@@ -96,6 +96,11 @@ bool Avx512Supported() {
 
 CH_HELPER __m512i Byte(int b) { return _mm512_set1_epi8(static_cast<char>(b)); }
 
+// The bytes of `x` that lead a three-byte character (1110xxxx).
+CH_HELPER uint64_t LeadBytes(__m512i x) {
+  return _mm512_cmpeq_epi8_mask(_mm512_and_si512(x, Byte(0xF0)), Byte(0xE0));
+}
+
 CH_HELPER __m512i Load(const Indexes& t) { return _mm512_load_si512(t.bytes); }
 
 // The 64 ASCII bytes of `x` as 16-bit units at `dst`.
@@ -151,10 +156,7 @@ CH_HELPER void ChineseGroups(const uint8_t* src, size_t n, size_t& at, uint16_t*
 // As the UTF-8 run takes Chinese text: where the first 64 bytes have its
 // shape.
 CH_RUN size_t Avx512ThreeByteGroups(const uint8_t* src, size_t n, uint16_t* dst, size_t cap) {
-  if (n < 96 ||
-      !ChineseShape(
-          _mm512_cmpeq_epi8_mask(_mm512_and_si512(_mm512_loadu_si512(src), Byte(0xF0)), Byte(0xE0)),
-          0)) {
+  if (n < 96 || !ChineseShape(LeadBytes(_mm512_loadu_si512(src)), 0)) {
     return 0;
   }
   size_t at = 0, o = 0;
@@ -343,10 +345,8 @@ CH_HELPER bool ChangesNothing(const uint8_t* from, __m512i& x) {
   const __m512i second = _mm512_loadu_si512(from + 1);
   const __m512i third = _mm512_loadu_si512(from + 2);
   const __m512i halves = Halves(x, second, third);
-  const uint64_t leads = _mm512_cmpeq_epi8_mask(_mm512_and_si512(x, Byte(0xF0)), Byte(0xE0));
-  const uint64_t leadsAfter =
-      _mm512_cmpeq_epi8_mask(_mm512_and_si512(second, Byte(0xF0)), Byte(0xE0)) |
-      _mm512_cmpeq_epi8_mask(_mm512_and_si512(third, Byte(0xF0)), Byte(0xE0));
+  const uint64_t leads = LeadBytes(x);
+  const uint64_t leadsAfter = LeadBytes(second) | LeadBytes(third);
   return ((leads & leadsAfter) | _mm512_test_epi8_mask(halves, halves)) == 0 && leads != 0;
 }
 
@@ -357,7 +357,7 @@ CH_RUN void Avx512HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* ou
   while (i < n) {
     StartHalfWidthBlock(b, n - i);
     const __m512i x = _mm512_maskz_loadu_epi8(Below(b.len), in + i);
-    b.leads = _mm512_cmpeq_epi8_mask(_mm512_and_si512(x, Byte(0xF0)), Byte(0xE0));
+    b.leads = LeadBytes(x);
     if ((b.leads | b.skip) == 0 && b.len == kBytes) {
       // 64 bytes without a lead, and the text after them two blocks at a
       // time for as long as it is ASCII (English text).
@@ -378,7 +378,7 @@ CH_RUN void Avx512HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* ou
     const __m512i second = _mm512_maskz_loadu_epi8(Below(n - i - 1), in + i + 1);
     const __m512i third = _mm512_maskz_loadu_epi8(Below(Remaining(n - i, kAhead)), in + i + 2);
     // Bytes 64 and 65 are the last two of `third`.
-    b.leadsAhead = _mm512_cmpeq_epi8_mask(_mm512_and_si512(third, Byte(0xF0)), Byte(0xE0)) >> 62;
+    b.leadsAhead = LeadBytes(third) >> 62;
     const __m512i halves = Halves(x, second, third);
     b.changes = _mm512_test_epi8_mask(halves, halves);
     if (Unchanged(b)) {

@@ -1,7 +1,8 @@
 // What the tests need from the operating system beyond standard C++: FIFOs,
 // threads with a chosen stack size, a 4 GiB text mapped for almost no
-// memory, and memory that ends at a page no one may read. Each piece says why it is missing where
-// it is; a test that needs it skips itself there with that reason.
+// memory, and memory that ends at a page no one may read. Each piece says
+// why it is missing where it is; a test that needs it skips itself there
+// with that reason.
 #ifndef COMMONHELPERS_TESTS_SUPPORT_PLATFORM_H_
 #define COMMONHELPERS_TESTS_SUPPORT_PLATFORM_H_
 
