@@ -75,23 +75,9 @@ constexpr ShuffleRows PackForms() {
   return t;
 }
 
-// The number of bytes that row m of PackForms keeps.
-struct Sizes {
-  uint8_t size[256];
-};
-
-constexpr Sizes FormSizes() {
-  Sizes t{};
-  for (size_t m = 0; m < std::size(t.size); ++m) {
-    t.size[m] = static_cast<uint8_t>(4 + CountOnes(m & 0xF) + CountOnes(m >> 4));
-  }
-  return t;
-}
-
 constexpr ShuffleRows kPackUnits = PackUnits();
 constexpr ShuffleRows kPackBytes = PackBytes();
 constexpr ShuffleRows kPackForms = PackForms();
-constexpr Sizes kFormSizes = FormSizes();
 
 // fullToHalf's changes: a lead changes when it is E3 with two bytes of low
 // six bits 0 (the ideographic space), or when the bits of three lookups on
@@ -447,6 +433,13 @@ inline uint64_t NibbleBytes(uint32_t bits) {
   return (spread | spread << 4) & 0x0F0F0F0F0F0F0F0F;
 }
 
+// The number of bits set in each byte of `x`, in that byte.
+inline uint64_t BitsPerByte(uint64_t x) {
+  x -= (x >> 1) & 0x5555555555555555;
+  x = (x & 0x3333333333333333) + ((x >> 2) & 0x3333333333333333);
+  return (x + (x >> 4)) & 0x0F0F0F0F0F0F0F0F;
+}
+
 // Each unit's UTF-8 form in a 32-bit lane, first byte lowest, unused bytes
 // 0: lanes of units 0-3 and 8-11 in `first`, 4-7 and 12-15 in `second`.
 CH_HELPER void EncodeUtf16(__m256i u, __m256i& first, __m256i& second) {
@@ -471,14 +464,15 @@ CH_HELPER void EncodeUtf16(__m256i u, __m256i& first, __m256i& second) {
 }
 
 // Packs the forms of each 4-unit lane of `first` and `second` (in the order
-// of EncodeUtf16) by its row `index`, and stores the groups in order into
-// `out` at their starts `at`, each store covered by the next.
-CH_HELPER void PackForms(__m256i first, __m256i second, const uint8_t* index, uint8_t* out,
+// of EncodeUtf16) by its row of PackForms, byte j of `rows` for lane j, and
+// stores the groups in order into `out` at their starts `at`, each store
+// covered by the next.
+CH_HELPER void PackForms(__m256i first, __m256i second, uint32_t rows, uint8_t* out,
                          const size_t* at) {
-  const __m256i even =
-      _mm256_shuffle_epi8(first, Rows(kPackForms.rows[index[0]], kPackForms.rows[index[2]]));
-  const __m256i odd =
-      _mm256_shuffle_epi8(second, Rows(kPackForms.rows[index[1]], kPackForms.rows[index[3]]));
+  const __m256i even = _mm256_shuffle_epi8(
+      first, Rows(kPackForms.rows[rows & 0xFF], kPackForms.rows[(rows >> 16) & 0xFF]));
+  const __m256i odd = _mm256_shuffle_epi8(
+      second, Rows(kPackForms.rows[(rows >> 8) & 0xFF], kPackForms.rows[rows >> 24]));
   _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at[0]), _mm256_castsi256_si128(even));
   _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at[1]), _mm256_castsi256_si128(odd));
   _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at[2]), _mm256_extracti128_si256(even, 1));
@@ -541,11 +535,7 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
       o += kUnits / 2;
       continue;
     }
-    // Others, then 16 ASCII units: the block ends before those, which start
-    // the next one.
-    const size_t take =
-        len == kUnits && _mm256_testz_si256(nonAscii[1], nonAscii[1]) ? kUnits / 2 : len;
-    const Utf16Units units = ClassifyUtf16(v, take);
+    const Utf16Units units = ClassifyUtf16(v, len);
     if (units.three == Below(kUnits) && units.surrogate == 0 && cap - o >= 3 * kUnits) {
       // 32 units of three bytes each (Chinese text).
       ThreeByteForms(v[0], dst + o);
@@ -558,24 +548,32 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
     // Straight into place as in the run from UTF-8, when the block is taken
     // whole and is of whole registers: the stores reach up to 16 bytes past
     // its output, which are put back as they were.
-    const bool inPlace = !plan.stop && take % 16 == 0 && cap - o >= plan.bytes + 15;
+    const bool inPlace = !plan.stop && len % 16 == 0 && cap - o >= plan.bytes + 15;
     uint8_t local[3 * kUnits + 16];
     uint8_t* bytes = inPlace ? dst + o : local;
     const __m128i after =
         inPlace ? _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + plan.bytes))
                 : _mm_setzero_si128();
-    // Byte g of `rows`: the row of units 4g to 4g + 3 (see PackForms).
+    // Byte g of `rows`: the row of units 4g to 4g + 3 (see PackForms), whose
+    // bits are the bytes that their forms have past the first; byte g of
+    // `starts`, where those forms start, the sum of the sizes before them.
     const uint64_t rows = NibbleBytes(static_cast<uint32_t>(units.twoOrMore)) |
                           NibbleBytes(static_cast<uint32_t>(units.three)) << 4;
-    uint8_t index[8];
-    memcpy(index, &rows, sizeof index);
+    const uint64_t starts = (0x0404040404040404 + BitsPerByte(rows)) * 0x0101010101010100;
     size_t at[8];
-    at[0] = 0;
-    for (size_t g = 1; g < 8; ++g) at[g] = at[g - 1] + kFormSizes.size[index[g - 1]];
-    for (int k = 0; 16 * static_cast<size_t>(k) < take; ++k) {
-      __m256i first, second;
-      EncodeUtf16(v[k], first, second);
-      PackForms(first, second, index + 4 * k, bytes, at + 4 * k);
+    for (size_t g = 0; g < 8; ++g) at[g] = (starts >> (8 * g)) & 0xFF;
+    // A half of 16 ASCII units (or of fewer, zeros after them) is stored
+    // as it is.
+    for (int k = 0; 16 * static_cast<size_t>(k) < len; ++k) {
+      if (_mm256_testz_si256(nonAscii[k], nonAscii[k])) {
+        _mm_storeu_si128(
+            reinterpret_cast<__m128i*>(bytes + at[4 * k]),
+            _mm_packus_epi16(_mm256_castsi256_si128(v[k]), _mm256_extracti128_si256(v[k], 1)));
+      } else {
+        __m256i first, second;
+        EncodeUtf16(v[k], first, second);
+        PackForms(first, second, static_cast<uint32_t>(rows >> (32 * k)), bytes, at + 4 * k);
+      }
     }
     if (inPlace) {
       _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes + plan.bytes), after);
@@ -587,7 +585,7 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
       i += plan.count;
       break;
     }
-    i += take;
+    i += len;
   }
   ri = i;
   ro = o;
