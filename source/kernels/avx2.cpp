@@ -269,6 +269,27 @@ CH_HELPER bool ThreeByteLeads(__m256i x) {
   return static_cast<uint32_t>(_mm256_movemask_epi8(LeadBytes(x))) == 0x49249249;
 }
 
+// The first `count` bytes of `x` (fewer than 16) at `to`.
+CH_HELPER void StoreFirst(uint8_t* to, __m128i x, size_t count) {
+  if (count & 8) {
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(to), x);
+    x = _mm_unpackhi_epi64(x, x);
+    to += 8;
+  }
+  uint64_t rest = static_cast<uint64_t>(_mm_cvtsi128_si64(x));
+  if (count & 4) {
+    memcpy(to, &rest, 4);
+    rest >>= 32;
+    to += 4;
+  }
+  if (count & 2) {
+    memcpy(to, &rest, 2);
+    rest >>= 16;
+    to += 2;
+  }
+  if (count & 1) *to = static_cast<uint8_t>(rest);
+}
+
 // Two rows of a shuffle table, one per 128-bit lane.
 CH_HELPER __m256i Rows(const uint8_t* lane0, const uint8_t* lane1) {
   return _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(lane1),
@@ -480,9 +501,10 @@ CH_HELPER void PackForms(__m256i first, __m256i second, uint32_t rows, uint8_t* 
 }
 
 // The 16 units of `units`, none below U+0800 and no surrogate, as the 48
-// bytes of their three-byte forms at `to`, in four stores of 12 bytes each
-// (three of them whole lanes, covered by the next).
-CH_HELPER void ThreeByteForms(__m256i units, uint8_t* to) {
+// bytes of their three-byte forms from `out` + `from` on, 12 bytes for each
+// four units, but for the bytes from `end` on, which are not written. Each
+// store but the last writes a whole lane, covered by the next.
+CH_HELPER void ThreeByteForms(__m256i units, uint8_t* out, size_t from, size_t end) {
   const __m256i firstTwo = _mm256_or_si256(
       _mm256_or_si256(_mm256_srli_epi16(units, 12), _mm256_set1_epi16(static_cast<short>(0x80E0))),
       _mm256_slli_epi16(_mm256_and_si256(units, _mm256_set1_epi16(0x0FC0)), 2));
@@ -493,13 +515,15 @@ CH_HELPER void ThreeByteForms(__m256i units, uint8_t* to) {
   // Units 0-3 and 8-11, then 4-7 and 12-15.
   const __m256i low = _mm256_shuffle_epi8(_mm256_unpacklo_epi16(firstTwo, last), pack);
   const __m256i high = _mm256_shuffle_epi8(_mm256_unpackhi_epi16(firstTwo, last), pack);
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm256_castsi256_si128(low));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(to + 12), _mm256_castsi256_si128(high));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(to + 24), _mm256_extracti128_si256(low, 1));
-  const __m128i end = _mm256_extracti128_si256(high, 1);
-  _mm_storel_epi64(reinterpret_cast<__m128i*>(to + 36), end);
-  const uint32_t lastFour = static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_srli_si128(end, 8)));
-  memcpy(to + 44, &lastFour, 4);
+  const __m128i pieces[] = {_mm256_castsi256_si128(low), _mm256_castsi256_si128(high),
+                            _mm256_extracti128_si256(low, 1), _mm256_extracti128_si256(high, 1)};
+  for (size_t p = 0, at = from; p < std::size(pieces) && at < end; ++p, at += 12) {
+    if (at + sizeof(__m128i) <= end) {
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at), pieces[p]);
+    } else {
+      StoreFirst(out + at, pieces[p], Smaller(end - at, 12));
+    }
+  }
 }
 
 CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* dst, size_t cap,
@@ -517,13 +541,21 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
     // Nonzero where a unit is not ASCII.
     const __m256i nonAscii[] = {_mm256_subs_epu16(v[0], _mm256_set1_epi16(0x7F)),
                                 _mm256_subs_epu16(v[1], _mm256_set1_epi16(0x7F))};
-    if (len == kUnits && cap - o >= kUnits &&
-        _mm256_testz_si256(_mm256_or_si256(nonAscii[0], nonAscii[1]),
-                           _mm256_set1_epi16(-1))) {  // 32 ASCII units
-      _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o),
-                          _mm256_permute4x64_epi64(_mm256_packus_epi16(v[0], v[1]), 0xD8));
-      i += kUnits;
-      o += kUnits;
+    if (cap - o >= len && _mm256_testz_si256(_mm256_or_si256(nonAscii[0], nonAscii[1]),
+                                             _mm256_set1_epi16(-1))) {  // ASCII units only
+      const __m256i bytes = _mm256_permute4x64_epi64(_mm256_packus_epi16(v[0], v[1]), 0xD8);
+      if (len == kUnits) {
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o), bytes);
+      } else {
+        __m128i part = _mm256_castsi256_si128(bytes);
+        if (len >= 16) {
+          _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o), part);
+          part = _mm256_extracti128_si256(bytes, 1);
+        }
+        StoreFirst(dst + o + (len & 16), part, len & 15);
+      }
+      i += len;
+      o += len;
       continue;
     }
     if (len == kUnits && cap - o >= kUnits / 2 &&
@@ -536,12 +568,18 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
       continue;
     }
     const Utf16Units units = ClassifyUtf16(v, len);
-    if (units.three == Below(kUnits) && units.surrogate == 0 && cap - o >= 3 * kUnits) {
-      // 32 units of three bytes each (Chinese text).
-      ThreeByteForms(v[0], dst + o);
-      ThreeByteForms(v[1], dst + o + 48);
-      i += kUnits;
-      o += 3 * kUnits;
+    if (units.three == Below(len) && units.surrogate == 0 && cap - o >= 3 * len) {
+      // Units of three bytes each (Chinese text); a whole block's stores
+      // are known when compiled.
+      if (len == kUnits) {
+        ThreeByteForms(v[0], dst + o, 0, 3 * kUnits);
+        ThreeByteForms(v[1], dst + o, 48, 3 * kUnits);
+      } else {
+        ThreeByteForms(v[0], dst + o, 0, 3 * len);
+        ThreeByteForms(v[1], dst + o, 48, 3 * len);
+      }
+      i += len;
+      o += 3 * len;
       continue;
     }
     const Utf16Plan plan = PlanUtf16(units, cap - o);
