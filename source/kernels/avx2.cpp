@@ -223,43 +223,49 @@ CH_HELPER void DecodeUtf8(const __m256i (&v)[2], __m256i prev, int k, __m256i& f
   second = _mm256_unpackhi_epi8(low, hi);
 }
 
-// 16 three-byte characters, the 48 bytes at `from`, as units at `to`; false,
-// with nothing written, unless all of them are well formed. Each is spread
+// The 16 three-byte characters of 48 bytes, the first 32 in `at0` and the
+// last 32 (bytes 16 to 47) in `at16`, as units in order in `units`; bit c of
+// the result is set where character c is not well formed: not 1110xxxx
+// 10xxxxxx 10xxxxxx, overlong (below U+0800) or a surrogate. Each is spread
 // over a 32-bit lane (lead lowest): 12 bytes per 128-bit lane.
-CH_HELPER bool ThreeByteChars(const uint8_t* from, uint16_t* to) {
+CH_HELPER uint32_t ThreeByteUnits(__m256i at0, __m256i at16, __m256i& units) {
   const __m256i spread = _mm256_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1, 0,
                                           1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
   const __m256i chars[] = {
       _mm256_shuffle_epi8(
-          _mm256_permutevar8x32_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(from)),
-                                      _mm256_setr_epi32(0, 1, 2, 0, 3, 4, 5, 0)),
-          spread),
-      _mm256_shuffle_epi8(_mm256_permutevar8x32_epi32(
-                              _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + 16)),
-                              _mm256_setr_epi32(2, 3, 4, 0, 5, 6, 7, 0)),
-                          spread)};
-  __m256i units[std::size(chars)];
-  __m256i wrong = _mm256_setzero_si256();
+          _mm256_permutevar8x32_epi32(at0, _mm256_setr_epi32(0, 1, 2, 0, 3, 4, 5, 0)), spread),
+      _mm256_shuffle_epi8(
+          _mm256_permutevar8x32_epi32(at16, _mm256_setr_epi32(2, 3, 4, 0, 5, 6, 7, 0)), spread)};
+  __m256i lanes[std::size(chars)];
+  uint32_t wrong = 0;
   for (int k = 0; k < 2; ++k) {
     const __m256i c = chars[k];
-    units[k] = _mm256_or_si256(
+    lanes[k] = _mm256_or_si256(
         _mm256_or_si256(_mm256_slli_epi32(_mm256_and_si256(c, _mm256_set1_epi32(0x0F)), 12),
                         _mm256_and_si256(_mm256_srli_epi32(c, 2), _mm256_set1_epi32(0x0FC0))),
         _mm256_and_si256(_mm256_srli_epi32(c, 16), _mm256_set1_epi32(0x3F)));
-    // Not 1110xxxx 10xxxxxx 10xxxxxx, overlong (below U+0800) or a surrogate.
-    const __m256i top = _mm256_and_si256(units[k], _mm256_set1_epi32(0xF800));
-    wrong = _mm256_or_si256(
-        wrong,
-        _mm256_or_si256(
-            _mm256_xor_si256(_mm256_cmpeq_epi32(_mm256_and_si256(c, _mm256_set1_epi32(0xC0C0F0)),
-                                                _mm256_set1_epi32(0x8080E0)),
-                             _mm256_set1_epi32(-1)),
-            _mm256_or_si256(_mm256_cmpeq_epi32(top, _mm256_setzero_si256()),
-                            _mm256_cmpeq_epi32(top, _mm256_set1_epi32(0xD800)))));
+    const __m256i top = _mm256_and_si256(lanes[k], _mm256_set1_epi32(0xF800));
+    const __m256i faults = _mm256_or_si256(
+        _mm256_xor_si256(_mm256_cmpeq_epi32(_mm256_and_si256(c, _mm256_set1_epi32(0xC0C0F0)),
+                                            _mm256_set1_epi32(0x8080E0)),
+                         _mm256_set1_epi32(-1)),
+        _mm256_or_si256(_mm256_cmpeq_epi32(top, _mm256_setzero_si256()),
+                        _mm256_cmpeq_epi32(top, _mm256_set1_epi32(0xD800))));
+    wrong |= static_cast<uint32_t>(_mm256_movemask_ps(_mm256_castsi256_ps(faults))) << (8 * k);
   }
-  if (!_mm256_testz_si256(wrong, wrong)) return false;
-  _mm256_storeu_si256(reinterpret_cast<__m256i*>(to),
-                      _mm256_permute4x64_epi64(_mm256_packus_epi32(units[0], units[1]), 0xD8));
+  units = _mm256_permute4x64_epi64(_mm256_packus_epi32(lanes[0], lanes[1]), 0xD8);
+  return wrong;
+}
+
+// 16 three-byte characters, the 48 bytes at `from`, as units at `to`; false,
+// with nothing written, unless all of them are well formed.
+CH_HELPER bool ThreeByteChars(const uint8_t* from, uint16_t* to) {
+  __m256i units;
+  if (ThreeByteUnits(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(from)),
+                     _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + 16)), units) != 0) {
+    return false;
+  }
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), units);
   return true;
 }
 
@@ -288,6 +294,16 @@ CH_HELPER void StoreFirst(uint8_t* to, __m128i x, size_t count) {
     to += 2;
   }
   if (count & 1) *to = static_cast<uint8_t>(rest);
+}
+
+// The first `count` bytes of `x` (fewer than 32) at `to`.
+CH_HELPER void StoreFirst(uint8_t* to, __m256i x, size_t count) {
+  __m128i part = _mm256_castsi256_si128(x);
+  if (count >= 16) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), part);
+    part = _mm256_extracti128_si256(x, 1);
+  }
+  StoreFirst(to + (count & 16), part, count & 15);
 }
 
 // Two rows of a shuffle table, one per 128-bit lane.
@@ -322,9 +338,34 @@ CH_HELPER void Widen(const __m256i (&v)[2], uint16_t* dst) {
   }
 }
 
+// The last characters of a text, `rest` bytes (fewer than 64) of three-byte
+// ones: all of them, as units at `to`, when all are well formed and fit in
+// `room` units; else none. Returns the characters taken.
+CH_HELPER size_t ChineseTail(const uint8_t* from, size_t rest, uint16_t* to, size_t room) {
+  const size_t count = rest / 3;
+  if (count == 0 || rest % 3 != 0 || count > room || (from[0] & 0xF0) != 0xE0) return 0;
+  __m256i v[2];
+  LoadPart(from, rest, v);
+  // Characters 0-15 from bytes 0-47, 16-20 from bytes 48-62.
+  const __m256i zero = _mm256_setzero_si256();
+  __m256i units[2];
+  const uint32_t wrong =
+      ThreeByteUnits(v[0], _mm256_permute2x128_si256(v[0], v[1], 0x21), units[0]) |
+      ThreeByteUnits(_mm256_permute2x128_si256(v[1], zero, 0x21), zero, units[1]) << 16;
+  if ((wrong & Below(count)) != 0) return 0;
+  if (count >= 16) {
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), units[0]);
+    StoreFirst(reinterpret_cast<uint8_t*>(to + 16), units[1], 2 * (count - 16));
+  } else {
+    StoreFirst(reinterpret_cast<uint8_t*>(to), units[0], 2 * count);
+  }
+  return count;
+}
+
 // Chinese text: 16 three-byte characters at a time for as long as it lasts,
 // where the first 32 bytes are the leads of such characters and the text
-// holds at least `least` bytes (48, one group, or more).
+// holds at least `least` bytes (48, one group, or more); then, where fewer
+// than 64 bytes are left, the characters of those at once (see ChineseTail).
 CH_HELPER size_t ChineseGroups(const uint8_t* src, size_t n, uint16_t* dst, size_t cap,
                                size_t least) {
   size_t at = 0, o = 0;
@@ -332,6 +373,7 @@ CH_HELPER size_t ChineseGroups(const uint8_t* src, size_t n, uint16_t* dst, size
     for (; n - at >= 48 && cap - o >= 16 && ThreeByteChars(src + at, dst + o); at += 48, o += 16) {
     }
   }
+  if (n - at < kBytes) o += ChineseTail(src + at, n - at, dst + o, cap - o);
   return o;
 }
 
@@ -377,7 +419,7 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
     // Chinese text, from the first character not taken yet. The next block
     // starts at a character, so needs no bytes before it.
     const size_t start = i - left.open;
-    // (Not for the last block of a text, which the block code takes faster.)
+    // (Whole groups not for the last block of a text, which is one tail.)
     const size_t taken = ChineseGroups(src + start, n - start, dst + o, cap - o, kBytes);
     if (taken != 0) {
       i = start + 3 * taken;
@@ -547,12 +589,7 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
       if (len == kUnits) {
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o), bytes);
       } else {
-        __m128i part = _mm256_castsi256_si128(bytes);
-        if (len >= 16) {
-          _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o), part);
-          part = _mm256_extracti128_si256(bytes, 1);
-        }
-        StoreFirst(dst + o + (len & 16), part, len & 15);
+        StoreFirst(dst + o, bytes, len);
       }
       i += len;
       o += len;
