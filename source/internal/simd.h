@@ -61,7 +61,9 @@ using CpuCheck = bool (*)();
 // 16 or 32 at the others, each taken as soon as its own bytes are known: a
 // level takes every whole group of the characters that the scalar level
 // takes, so a shape that refuses Chinese text is a failing test, not only a
-// slower run.
+// slower run. AVX2 also takes the characters of the last 63 bytes or fewer
+// at once, when the text ends with them and they are all of that kind and
+// fit.
 using ThreeByteGroups = size_t (*)(const uint8_t* src, size_t n, uint16_t* dst, size_t cap);
 
 // Each slot has a type of its own, so that a table with two kernels swapped

@@ -545,7 +545,9 @@ CH_HELPER void PackForms(__m256i first, __m256i second, uint32_t rows, uint8_t* 
 // The 16 units of `units`, none below U+0800 and no surrogate, as the 48
 // bytes of their three-byte forms from `out` + `from` on, 12 bytes for each
 // four units, but for the bytes from `end` on, which are not written. Each
-// store but the last writes a whole lane, covered by the next.
+// store writes a whole lane, or what of it comes before `end`: the 4 bytes
+// past its 12 are covered by the next store, or by the first of the call for
+// the next 16 units.
 CH_HELPER void ThreeByteForms(__m256i units, uint8_t* out, size_t from, size_t end) {
   const __m256i firstTwo = _mm256_or_si256(
       _mm256_or_si256(_mm256_srli_epi16(units, 12), _mm256_set1_epi16(static_cast<short>(0x80E0))),
@@ -563,7 +565,7 @@ CH_HELPER void ThreeByteForms(__m256i units, uint8_t* out, size_t from, size_t e
     if (at + sizeof(__m128i) <= end) {
       _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at), pieces[p]);
     } else {
-      StoreFirst(out + at, pieces[p], Smaller(end - at, 12));
+      StoreFirst(out + at, pieces[p], end - at);
     }
   }
 }
