@@ -401,8 +401,10 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
       // long as it is ASCII (English text).
       Widen(v, dst + o);
       prev = v[1];
-      for (i += kBytes, o += kBytes; n - i >= kTwoBlocks && cap - o >= kTwoBlocks;
-           i += kTwoBlocks, o += kTwoBlocks) {
+      i += kBytes;
+      o += kBytes;
+      for (size_t pairs = Smaller(n - i, cap - o) / kTwoBlocks; pairs > 0;
+           --pairs, i += kTwoBlocks, o += kTwoBlocks) {
         __m256i next[2][2];
         Load(src + i, next[0]);
         Load(src + i + kBytes, next[1]);

@@ -187,8 +187,10 @@ CH_RUN void Avx512Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* d
       // long as it is ASCII (English text).
       Widen(x, dst + o);
       prev = x;
-      for (i += kBytes, o += kBytes; n - i >= kTwoBlocks && cap - o >= kTwoBlocks;
-           i += kTwoBlocks, o += kTwoBlocks) {
+      i += kBytes;
+      o += kBytes;
+      for (size_t pairs = Smaller(n - i, cap - o) / kTwoBlocks; pairs > 0;
+           --pairs, i += kTwoBlocks, o += kTwoBlocks) {
         const __m512i first = _mm512_loadu_si512(src + i);
         const __m512i second = _mm512_loadu_si512(src + i + kBytes);
         if (_mm512_movepi8_mask(_mm512_or_si512(first, second)) != 0) {
