@@ -23,6 +23,7 @@ namespace {
 
 constexpr size_t kBytes = 64;
 constexpr size_t kUnits = 32;
+constexpr size_t kHalfUnits = 16;
 constexpr size_t kTwoBlocks = 2 * kBytes;
 
 struct ShuffleRows {
@@ -587,40 +588,45 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
     // Nonzero where a unit is not ASCII.
     const __m256i nonAscii[] = {_mm256_subs_epu16(v[0], _mm256_set1_epi16(0x7F)),
                                 _mm256_subs_epu16(v[1], _mm256_set1_epi16(0x7F))};
-    if (cap - o >= len && _mm256_testz_si256(_mm256_or_si256(nonAscii[0], nonAscii[1]),
-                                             _mm256_set1_epi16(-1))) {  // ASCII units only
-      const __m256i bytes = _mm256_permute4x64_epi64(_mm256_packus_epi16(v[0], v[1]), 0xD8);
-      if (len == kUnits) {
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o), bytes);
+    // Each shortcut takes what fits of its block, and ends the run where that
+    // is not all of it. ASCII units are their low bytes.
+    const __m256i low = _mm256_permute4x64_epi64(_mm256_packus_epi16(v[0], v[1]), 0xD8);
+    if (_mm256_testz_si256(_mm256_or_si256(nonAscii[0], nonAscii[1]),
+                           _mm256_set1_epi16(-1))) {  // ASCII units only
+      const size_t take = Smaller(len, cap - o);
+      if (take == kUnits) {
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o), low);
       } else {
-        StoreFirst(dst + o, bytes, len);
+        StoreFirst(dst + o, low, take);
       }
-      i += len;
-      o += len;
+      i += take;
+      o += take;
+      if (take < len) break;
       continue;
     }
-    if (len == kUnits && cap - o >= kUnits / 2 &&
-        _mm256_testz_si256(nonAscii[0], nonAscii[0])) {  // 16 ASCII units, then others
-      _mm_storeu_si128(
-          reinterpret_cast<__m128i*>(dst + o),
-          _mm_packus_epi16(_mm256_castsi256_si128(v[0]), _mm256_extracti128_si256(v[0], 1)));
-      i += kUnits / 2;
-      o += kUnits / 2;
+    if (_mm256_testz_si256(nonAscii[0], nonAscii[0])) {  // 16 ASCII units, then others
+      const size_t take = Smaller(kHalfUnits, cap - o);
+      StoreFirst(dst + o, low, take);
+      i += take;
+      o += take;
+      if (take < kHalfUnits) break;
       continue;
     }
     const Utf16Units units = ClassifyUtf16(v, len);
-    if (units.three == Below(len) && units.surrogate == 0 && cap - o >= 3 * len) {
+    if (units.three == Below(len) && units.surrogate == 0) {
       // Units of three bytes each (Chinese text); a whole block's stores
       // are known when compiled.
-      if (len == kUnits) {
+      const size_t take = Smaller(len, (cap - o) / 3);
+      if (take == kUnits) {
         ThreeByteForms(v[0], dst + o, 0, 3 * kUnits);
         ThreeByteForms(v[1], dst + o, 48, 3 * kUnits);
       } else {
-        ThreeByteForms(v[0], dst + o, 0, 3 * len);
-        ThreeByteForms(v[1], dst + o, 48, 3 * len);
+        ThreeByteForms(v[0], dst + o, 0, 3 * take);
+        ThreeByteForms(v[1], dst + o, 48, 3 * take);
       }
-      i += len;
-      o += 3 * len;
+      i += take;
+      o += 3 * take;
+      if (take < len) break;
       continue;
     }
     const Utf16Plan plan = PlanUtf16(units, cap - o);

@@ -292,16 +292,18 @@ CH_RUN void Avx512Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* d
         _mm512_cmpeq_epi16_mask(_mm512_and_si512(x, _mm512_set1_epi16(static_cast<short>(0xF800))),
                                 _mm512_set1_epi16(static_cast<short>(0xD800))),
         len};
-    if (units.twoOrMore == 0 && cap - o >= len) {  // ASCII units only
-      if (len == kUnits) {
+    if (units.twoOrMore == 0) {  // ASCII units only, as many as fit
+      const size_t take = Smaller(len, cap - o);
+      if (take == kUnits) {
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o),
                             _mm512_maskz_cvtepi16_epi8(~0u, x));
       } else {
-        _mm512_mask_storeu_epi8(dst + o, Below(len),
+        _mm512_mask_storeu_epi8(dst + o, Below(take),
                                 _mm512_maskz_permutexvar_epi8(~0ull, Load(kLowBytes), x));
       }
-      i += len;
-      o += len;
+      i += take;
+      o += take;
+      if (take < len) break;
       continue;
     }
     const Utf16Plan plan = PlanUtf16(units, cap - o);
