@@ -75,23 +75,9 @@ constexpr ShuffleRows PackForms() {
   return t;
 }
 
-// The number of bytes that row m of PackForms keeps.
-struct Sizes {
-  uint8_t size[256];
-};
-
-constexpr Sizes FormSizes() {
-  Sizes t{};
-  for (size_t m = 0; m < std::size(t.size); ++m) {
-    t.size[m] = static_cast<uint8_t>(4 + CountOnes(m & 0xF) + CountOnes(m >> 4));
-  }
-  return t;
-}
-
 constexpr ShuffleRows kPackUnits = PackUnits();
 constexpr ShuffleRows kPackBytes = PackBytes();
 constexpr ShuffleRows kPackForms = PackForms();
-constexpr Sizes kFormSizes = FormSizes();
 
 // fullToHalf's changes: a lead changes when it is E3 with two bytes of low
 // six bits 0 (the ideographic space), or when the bits of three lookups on
@@ -282,43 +268,49 @@ CH_HELPER void DecodeUtf8(const __m256i (&v)[2], __m256i prev, int k, __m256i& f
   second = _mm256_unpackhi_epi8(low, hi);
 }
 
-// 16 three-byte characters, the 48 bytes at `from`, as units at `to`; false,
-// with nothing written, unless all of them are well formed. Each is spread
+// The 16 three-byte characters of 48 bytes, the first 32 in `at0` and the
+// last 32 (bytes 16 to 47) in `at16`, as units in order in `units`; bit c of
+// the result is set where character c is not well formed: not 1110xxxx
+// 10xxxxxx 10xxxxxx, overlong (below U+0800) or a surrogate. Each is spread
 // over a 32-bit lane (lead lowest): 12 bytes per 128-bit lane.
-CH_HELPER bool ThreeByteChars(const uint8_t* from, uint16_t* to) {
+CH_HELPER uint32_t ThreeByteUnits(__m256i at0, __m256i at16, __m256i& units) {
   const __m256i spread = _mm256_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1, 0,
                                           1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
   const __m256i chars[] = {
       _mm256_shuffle_epi8(
-          _mm256_permutevar8x32_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(from)),
-                                      _mm256_setr_epi32(0, 1, 2, 0, 3, 4, 5, 0)),
-          spread),
-      _mm256_shuffle_epi8(_mm256_permutevar8x32_epi32(
-                              _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + 16)),
-                              _mm256_setr_epi32(2, 3, 4, 0, 5, 6, 7, 0)),
-                          spread)};
-  __m256i units[std::size(chars)];
-  __m256i wrong = _mm256_setzero_si256();
+          _mm256_permutevar8x32_epi32(at0, _mm256_setr_epi32(0, 1, 2, 0, 3, 4, 5, 0)), spread),
+      _mm256_shuffle_epi8(
+          _mm256_permutevar8x32_epi32(at16, _mm256_setr_epi32(2, 3, 4, 0, 5, 6, 7, 0)), spread)};
+  __m256i lanes[std::size(chars)];
+  uint32_t wrong = 0;
   for (int k = 0; k < 2; ++k) {
     const __m256i c = chars[k];
-    units[k] = _mm256_or_si256(
+    lanes[k] = _mm256_or_si256(
         _mm256_or_si256(_mm256_slli_epi32(_mm256_and_si256(c, _mm256_set1_epi32(0x0F)), 12),
                         _mm256_and_si256(_mm256_srli_epi32(c, 2), _mm256_set1_epi32(0x0FC0))),
         _mm256_and_si256(_mm256_srli_epi32(c, 16), _mm256_set1_epi32(0x3F)));
-    // Not 1110xxxx 10xxxxxx 10xxxxxx, overlong (below U+0800) or a surrogate.
-    const __m256i top = _mm256_and_si256(units[k], _mm256_set1_epi32(0xF800));
-    wrong = _mm256_or_si256(
-        wrong,
-        _mm256_or_si256(
-            _mm256_xor_si256(_mm256_cmpeq_epi32(_mm256_and_si256(c, _mm256_set1_epi32(0xC0C0F0)),
-                                                _mm256_set1_epi32(0x8080E0)),
-                             _mm256_set1_epi32(-1)),
-            _mm256_or_si256(_mm256_cmpeq_epi32(top, _mm256_setzero_si256()),
-                            _mm256_cmpeq_epi32(top, _mm256_set1_epi32(0xD800)))));
+    const __m256i top = _mm256_and_si256(lanes[k], _mm256_set1_epi32(0xF800));
+    const __m256i faults = _mm256_or_si256(
+        _mm256_xor_si256(_mm256_cmpeq_epi32(_mm256_and_si256(c, _mm256_set1_epi32(0xC0C0F0)),
+                                            _mm256_set1_epi32(0x8080E0)),
+                         _mm256_set1_epi32(-1)),
+        _mm256_or_si256(_mm256_cmpeq_epi32(top, _mm256_setzero_si256()),
+                        _mm256_cmpeq_epi32(top, _mm256_set1_epi32(0xD800))));
+    wrong |= static_cast<uint32_t>(_mm256_movemask_ps(_mm256_castsi256_ps(faults))) << (8 * k);
   }
-  if (!_mm256_testz_si256(wrong, wrong)) return false;
-  _mm256_storeu_si256(reinterpret_cast<__m256i*>(to),
-                      _mm256_permute4x64_epi64(_mm256_packus_epi32(units[0], units[1]), 0xD8));
+  units = _mm256_permute4x64_epi64(_mm256_packus_epi32(lanes[0], lanes[1]), 0xD8);
+  return wrong;
+}
+
+// 16 three-byte characters, the 48 bytes at `from`, as units at `to`; false,
+// with nothing written, unless all of them are well formed.
+CH_HELPER bool ThreeByteChars(const uint8_t* from, uint16_t* to) {
+  __m256i units;
+  if (ThreeByteUnits(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(from)),
+                     _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + 16)), units) != 0) {
+    return false;
+  }
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), units);
   return true;
 }
 
@@ -326,6 +318,37 @@ CH_HELPER bool ThreeByteChars(const uint8_t* from, uint16_t* to) {
 // at its first byte, as Chinese text has.
 CH_HELPER bool ThreeByteLeads(__m256i x) {
   return static_cast<uint32_t>(_mm256_movemask_epi8(LeadBytes(x))) == 0x49249249;
+}
+
+// The first `count` bytes of `x` (fewer than 16) at `to`.
+CH_HELPER void StoreFirst(uint8_t* to, __m128i x, size_t count) {
+  if (count & 8) {
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(to), x);
+    x = _mm_unpackhi_epi64(x, x);
+    to += 8;
+  }
+  uint64_t rest = static_cast<uint64_t>(_mm_cvtsi128_si64(x));
+  if (count & 4) {
+    memcpy(to, &rest, 4);
+    rest >>= 32;
+    to += 4;
+  }
+  if (count & 2) {
+    memcpy(to, &rest, 2);
+    rest >>= 16;
+    to += 2;
+  }
+  if (count & 1) *to = static_cast<uint8_t>(rest);
+}
+
+// The first `count` bytes of `x` (fewer than 32) at `to`.
+CH_HELPER void StoreFirst(uint8_t* to, __m256i x, size_t count) {
+  __m128i part = _mm256_castsi256_si128(x);
+  if (count >= 16) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), part);
+    part = _mm256_extracti128_si256(x, 1);
+  }
+  StoreFirst(to + (count & 16), part, count & 15);
 }
 
 // Two rows of a shuffle table, one per 128-bit lane.
@@ -360,9 +383,34 @@ CH_HELPER void Widen(const __m256i (&v)[2], uint16_t* dst) {
   }
 }
 
+// The last characters of a text, `rest` bytes (fewer than 64) of three-byte
+// ones: all of them, as units at `to`, when all are well formed and fit in
+// `room` units; else none. Returns the characters taken.
+CH_HELPER size_t ChineseTail(const uint8_t* from, size_t rest, uint16_t* to, size_t room) {
+  const size_t count = rest / 3;
+  if (count == 0 || rest % 3 != 0 || count > room || (from[0] & 0xF0) != 0xE0) return 0;
+  __m256i v[2];
+  LoadPart(from, rest, v);
+  // Characters 0-15 from bytes 0-47, 16-20 from bytes 48-62.
+  const __m256i zero = _mm256_setzero_si256();
+  __m256i units[2];
+  const uint32_t wrong =
+      ThreeByteUnits(v[0], _mm256_permute2x128_si256(v[0], v[1], 0x21), units[0]) |
+      ThreeByteUnits(_mm256_permute2x128_si256(v[1], zero, 0x21), zero, units[1]) << 16;
+  if ((wrong & Below(count)) != 0) return 0;
+  if (count >= 16) {
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), units[0]);
+    StoreFirst(reinterpret_cast<uint8_t*>(to + 16), units[1], 2 * (count - 16));
+  } else {
+    StoreFirst(reinterpret_cast<uint8_t*>(to), units[0], 2 * count);
+  }
+  return count;
+}
+
 // Chinese text: 16 three-byte characters at a time for as long as it lasts,
 // where the first 32 bytes are the leads of such characters and the text
-// holds at least `least` bytes (48, one group, or more).
+// holds at least `least` bytes (48, one group, or more); then, where fewer
+// than 64 bytes are left, the characters of those at once (see ChineseTail).
 CH_HELPER size_t ChineseGroups(const uint8_t* src, size_t n, uint16_t* dst, size_t cap,
                                size_t least) {
   size_t at = 0, o = 0;
@@ -370,6 +418,7 @@ CH_HELPER size_t ChineseGroups(const uint8_t* src, size_t n, uint16_t* dst, size
     for (; n - at >= 48 && cap - o >= 16 && ThreeByteChars(src + at, dst + o); at += 48, o += 16) {
     }
   }
+  if (n - at < kBytes) o += ChineseTail(src + at, n - at, dst + o, cap - o);
   return o;
 }
 
@@ -415,7 +464,7 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
     // Chinese text, from the first character not taken yet. The next block
     // starts at a character, so needs no bytes before it.
     const size_t start = i - left.open;
-    // (Not for the last block of a text, which the block code takes faster.)
+    // (Whole groups not for the last block of a text, which is one tail.)
     const size_t taken = ChineseGroups(src + start, n - start, dst + o, cap - o, kBytes);
     if (taken != 0) {
       i = start + 3 * taken;
@@ -492,6 +541,13 @@ inline uint64_t NibbleBytes(uint32_t bits) {
   return (spread | spread << 4) & 0x0F0F0F0F0F0F0F0F;
 }
 
+// The number of bits set in each byte of `x`, in that byte.
+inline uint64_t BitsPerByte(uint64_t x) {
+  x -= (x >> 1) & 0x5555555555555555;
+  x = (x & 0x3333333333333333) + ((x >> 2) & 0x3333333333333333);
+  return (x + (x >> 4)) & 0x0F0F0F0F0F0F0F0F;
+}
+
 // Each unit's UTF-8 form in a 32-bit lane, first byte lowest, unused bytes
 // 0: lanes of units 0-3 and 8-11 in `first`, 4-7 and 12-15 in `second`.
 CH_HELPER void EncodeUtf16(__m256i u, __m256i& first, __m256i& second) {
@@ -516,14 +572,15 @@ CH_HELPER void EncodeUtf16(__m256i u, __m256i& first, __m256i& second) {
 }
 
 // Packs the forms of each 4-unit lane of `first` and `second` (in the order
-// of EncodeUtf16) by its row `index`, and stores the groups in order into
-// `out` at their starts `at`, each store covered by the next.
-CH_HELPER void PackForms(__m256i first, __m256i second, const uint8_t* index, uint8_t* out,
+// of EncodeUtf16) by its row of PackForms, byte j of `rows` for lane j, and
+// stores the groups in order into `out` at their starts `at`, each store
+// covered by the next.
+CH_HELPER void PackForms(__m256i first, __m256i second, uint32_t rows, uint8_t* out,
                          const size_t* at) {
-  const __m256i even =
-      _mm256_shuffle_epi8(first, Rows(kPackForms.rows[index[0]], kPackForms.rows[index[2]]));
-  const __m256i odd =
-      _mm256_shuffle_epi8(second, Rows(kPackForms.rows[index[1]], kPackForms.rows[index[3]]));
+  const __m256i even = _mm256_shuffle_epi8(
+      first, Rows(kPackForms.rows[rows & 0xFF], kPackForms.rows[(rows >> 16) & 0xFF]));
+  const __m256i odd = _mm256_shuffle_epi8(
+      second, Rows(kPackForms.rows[(rows >> 8) & 0xFF], kPackForms.rows[rows >> 24]));
   _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at[0]), _mm256_castsi256_si128(even));
   _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at[1]), _mm256_castsi256_si128(odd));
   _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at[2]), _mm256_extracti128_si256(even, 1));
@@ -531,9 +588,10 @@ CH_HELPER void PackForms(__m256i first, __m256i second, const uint8_t* index, ui
 }
 
 // The 16 units of `units`, none below U+0800 and no surrogate, as the 48
-// bytes of their three-byte forms at `to`, in four stores of 12 bytes each
-// (three of them whole lanes, covered by the next).
-CH_HELPER void ThreeByteForms(__m256i units, uint8_t* to) {
+// bytes of their three-byte forms from `out` + `from` on, 12 bytes for each
+// four units, but for the bytes from `end` on, which are not written. Each
+// store but the last writes a whole lane, covered by the next.
+CH_HELPER void ThreeByteForms(__m256i units, uint8_t* out, size_t from, size_t end) {
   const __m256i firstTwo = _mm256_or_si256(
       _mm256_or_si256(_mm256_srli_epi16(units, 12), _mm256_set1_epi16(static_cast<short>(0x80E0))),
       _mm256_slli_epi16(_mm256_and_si256(units, _mm256_set1_epi16(0x0FC0)), 2));
@@ -544,13 +602,15 @@ CH_HELPER void ThreeByteForms(__m256i units, uint8_t* to) {
   // Units 0-3 and 8-11, then 4-7 and 12-15.
   const __m256i low = _mm256_shuffle_epi8(_mm256_unpacklo_epi16(firstTwo, last), pack);
   const __m256i high = _mm256_shuffle_epi8(_mm256_unpackhi_epi16(firstTwo, last), pack);
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm256_castsi256_si128(low));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(to + 12), _mm256_castsi256_si128(high));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(to + 24), _mm256_extracti128_si256(low, 1));
-  const __m128i end = _mm256_extracti128_si256(high, 1);
-  _mm_storel_epi64(reinterpret_cast<__m128i*>(to + 36), end);
-  const uint32_t lastFour = static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_srli_si128(end, 8)));
-  memcpy(to + 44, &lastFour, 4);
+  const __m128i pieces[] = {_mm256_castsi256_si128(low), _mm256_castsi256_si128(high),
+                            _mm256_extracti128_si256(low, 1), _mm256_extracti128_si256(high, 1)};
+  for (size_t p = 0, at = from; p < std::size(pieces) && at < end; ++p, at += 12) {
+    if (at + sizeof(__m128i) <= end) {
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at), pieces[p]);
+    } else {
+      StoreFirst(out + at, pieces[p], Smaller(end - at, 12));
+    }
+  }
 }
 
 CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* dst, size_t cap,
@@ -568,13 +628,16 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
     // Nonzero where a unit is not ASCII.
     const __m256i nonAscii[] = {_mm256_subs_epu16(v[0], _mm256_set1_epi16(0x7F)),
                                 _mm256_subs_epu16(v[1], _mm256_set1_epi16(0x7F))};
-    if (len == kUnits && cap - o >= kUnits &&
-        _mm256_testz_si256(_mm256_or_si256(nonAscii[0], nonAscii[1]),
-                           _mm256_set1_epi16(-1))) {  // 32 ASCII units
-      _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o),
-                          _mm256_permute4x64_epi64(_mm256_packus_epi16(v[0], v[1]), 0xD8));
-      i += kUnits;
-      o += kUnits;
+    if (cap - o >= len && _mm256_testz_si256(_mm256_or_si256(nonAscii[0], nonAscii[1]),
+                                             _mm256_set1_epi16(-1))) {  // ASCII units only
+      const __m256i bytes = _mm256_permute4x64_epi64(_mm256_packus_epi16(v[0], v[1]), 0xD8);
+      if (len == kUnits) {
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o), bytes);
+      } else {
+        StoreFirst(dst + o, bytes, len);
+      }
+      i += len;
+      o += len;
       continue;
     }
     if (len == kUnits && cap - o >= kUnits / 2 &&
@@ -586,41 +649,51 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
       o += kUnits / 2;
       continue;
     }
-    // Others, then 16 ASCII units: the block ends before those, which start
-    // the next one.
-    const size_t take =
-        len == kUnits && _mm256_testz_si256(nonAscii[1], nonAscii[1]) ? kUnits / 2 : len;
-    const Utf16Units units = ClassifyUtf16(v, take);
-    if (units.three == Below(kUnits) && units.surrogate == 0 && cap - o >= 3 * kUnits) {
-      // 32 units of three bytes each (Chinese text).
-      ThreeByteForms(v[0], dst + o);
-      ThreeByteForms(v[1], dst + o + 48);
-      i += kUnits;
-      o += 3 * kUnits;
+    const Utf16Units units = ClassifyUtf16(v, len);
+    if (units.three == Below(len) && units.surrogate == 0 && cap - o >= 3 * len) {
+      // Units of three bytes each (Chinese text); a whole block's stores
+      // are known when compiled.
+      if (len == kUnits) {
+        ThreeByteForms(v[0], dst + o, 0, 3 * kUnits);
+        ThreeByteForms(v[1], dst + o, 48, 3 * kUnits);
+      } else {
+        ThreeByteForms(v[0], dst + o, 0, 3 * len);
+        ThreeByteForms(v[1], dst + o, 48, 3 * len);
+      }
+      i += len;
+      o += 3 * len;
       continue;
     }
     const Utf16Plan plan = PlanUtf16(units, cap - o);
     // Straight into place as in the run from UTF-8, when the block is taken
     // whole and is of whole registers: the stores reach up to 16 bytes past
     // its output, which are put back as they were.
-    const bool inPlace = !plan.stop && take % 16 == 0 && cap - o >= plan.bytes + 15;
+    const bool inPlace = !plan.stop && len % 16 == 0 && cap - o >= plan.bytes + 15;
     uint8_t local[3 * kUnits + 16];
     uint8_t* bytes = inPlace ? dst + o : local;
     const __m128i after =
         inPlace ? _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + plan.bytes))
                 : _mm_setzero_si128();
-    // Byte g of `rows`: the row of units 4g to 4g + 3 (see PackForms).
+    // Byte g of `rows`: the row of units 4g to 4g + 3 (see PackForms), whose
+    // bits are the bytes that their forms have past the first; byte g of
+    // `starts`, where those forms start, the sum of the sizes before them.
     const uint64_t rows = NibbleBytes(static_cast<uint32_t>(units.twoOrMore)) |
                           NibbleBytes(static_cast<uint32_t>(units.three)) << 4;
-    uint8_t index[8];
-    memcpy(index, &rows, sizeof index);
+    const uint64_t starts = (0x0404040404040404 + BitsPerByte(rows)) * 0x0101010101010100;
     size_t at[8];
-    at[0] = 0;
-    for (size_t g = 1; g < 8; ++g) at[g] = at[g - 1] + kFormSizes.size[index[g - 1]];
-    for (int k = 0; 16 * static_cast<size_t>(k) < take; ++k) {
-      __m256i first, second;
-      EncodeUtf16(v[k], first, second);
-      PackForms(first, second, index + 4 * k, bytes, at + 4 * k);
+    for (size_t g = 0; g < 8; ++g) at[g] = (starts >> (8 * g)) & 0xFF;
+    // A half of 16 ASCII units (or of fewer, zeros after them) is stored
+    // as it is.
+    for (int k = 0; 16 * static_cast<size_t>(k) < len; ++k) {
+      if (_mm256_testz_si256(nonAscii[k], nonAscii[k])) {
+        _mm_storeu_si128(
+            reinterpret_cast<__m128i*>(bytes + at[4 * k]),
+            _mm_packus_epi16(_mm256_castsi256_si128(v[k]), _mm256_extracti128_si256(v[k], 1)));
+      } else {
+        __m256i first, second;
+        EncodeUtf16(v[k], first, second);
+        PackForms(first, second, static_cast<uint32_t>(rows >> (32 * k)), bytes, at + 4 * k);
+      }
     }
     if (inPlace) {
       _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes + plan.bytes), after);
@@ -632,7 +705,7 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
       i += plan.count;
       break;
     }
-    i += take;
+    i += len;
   }
   ri = i;
   ro = o;

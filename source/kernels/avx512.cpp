@@ -61,6 +61,13 @@ constexpr Indexes Spread3() {
   return t;
 }
 
+// ... or byte 2j: the low bytes of a block's 16-bit units, in order.
+constexpr Indexes LowBytes() {
+  Indexes t{};
+  for (int j = 0; j < 64; ++j) t.bytes[j] = static_cast<uint8_t>(2 * j);
+  return t;
+}
+
 // What each three-byte character of fullToHalf's candidates becomes: by the
 // low six bits of its third byte, for the leads EF with second byte 3C, then
 // 3D (in `first` and `second`), and E2 with 00, then 11.
@@ -83,6 +90,7 @@ constexpr Indexes kBefore2 = Shifted(-2);
 constexpr Indexes kUnitsLow = Interleaved(0);
 constexpr Indexes kUnitsHigh = Interleaved(1);
 constexpr Indexes kSpread3 = Spread3();
+constexpr Indexes kLowBytes = LowBytes();
 constexpr HalfTable kFullWidth = Halves(0xFF00, 0xFF40);
 constexpr HalfTable kPunctuation = Halves(0x2000, 0x2440);
 
@@ -311,10 +319,16 @@ CH_RUN void Avx512Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* d
         _mm512_cmpeq_epi16_mask(_mm512_and_si512(x, _mm512_set1_epi16(static_cast<short>(0xF800))),
                                 _mm512_set1_epi16(static_cast<short>(0xD800))),
         len};
-    if (units.twoOrMore == 0 && len == kUnits && cap - o >= kUnits) {  // 32 ASCII units
-      _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o), _mm512_maskz_cvtepi16_epi8(~0u, x));
-      i += kUnits;
-      o += kUnits;
+    if (units.twoOrMore == 0 && cap - o >= len) {  // ASCII units only
+      if (len == kUnits) {
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o),
+                            _mm512_maskz_cvtepi16_epi8(~0u, x));
+      } else {
+        _mm512_mask_storeu_epi8(dst + o, Below(len),
+                                _mm512_maskz_permutexvar_epi8(~0ull, Load(kLowBytes), x));
+      }
+      i += len;
+      o += len;
       continue;
     }
     const Utf16Plan plan = PlanUtf16(units, cap - o);
