@@ -127,6 +127,51 @@ constexpr ChangeTables MakeChangeTables() {
 constexpr ChangeTables kChangeTables = MakeChangeTables();
 static_assert(kChangeTables.bits <= 8, "one bit of a byte for each class and high nibble");
 
+// A cheaper test for the blocks that stay as they are, which may take a unit
+// that stays for one that changes but never the other way: ChangeTables
+// without the high bits of the byte after the lead, with one bit for each
+// group of a class and some high nibbles of the third byte, the space among
+// them. What it takes for a change are rare characters: U+2060-2068, U+3400,
+// U+3800, U+3C00, U+FF40, U+FF5F, and some of U+2412-2C68, of the private
+// use area and of U+FB03-FB5F.
+struct ChangeFilter {
+  uint8_t lead[16];
+  uint8_t secondLow[16];
+  uint8_t thirdLow[16];
+  uint8_t thirdHigh[16];
+};
+
+struct FilterGroup {
+  uint8_t leadLow, second, highs;
+};
+
+constexpr FilterGroup kFilterGroups[] = {{0xF, 0x3C, 1}, {0xF, 0x3C, 2}, {0xF, 0x3C, 4},
+                                         {0xF, 0x3C, 8}, {0xF, 0x3D, 3}, {0x2, 0x00, 2},
+                                         {0x2, 0x11, 4}, {0x3, 0x00, 1}};
+static_assert(std::size(kFilterGroups) <= 8, "one bit of a byte for each group");
+
+constexpr ChangeFilter MakeChangeFilter() {
+  ChangeFilter f{};
+  for (size_t g = 0; g < std::size(kFilterGroups); ++g) {
+    const FilterGroup& group = kFilterGroups[g];
+    const uint8_t bit = static_cast<uint8_t>(1u << g);
+    f.lead[group.leadLow] |= bit;
+    f.secondLow[group.second & 0xF] |= bit;
+    for (unsigned highs = group.highs; highs != 0; highs &= highs - 1) {
+      const size_t high = CountOnes((highs & (0 - highs)) - 1);
+      f.thirdHigh[high] |= bit;
+      for (uint8_t low = 0; low < std::size(f.thirdLow); ++low) {
+        const uint32_t unit = ThreeByteUnit(static_cast<uint8_t>(0xE0 | group.leadLow),
+                                            group.second, static_cast<uint8_t>(high << 4 | low));
+        if (HalfWidthOf(unit) != 0) f.thirdLow[low] |= bit;
+      }
+    }
+  }
+  return f;
+}
+
+constexpr ChangeFilter kChangeFilter = MakeChangeFilter();
+
 bool Avx2Supported() {
   __builtin_cpu_init();
   return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
@@ -716,25 +761,36 @@ CH_HELPER __m256i Halves(__m256i x, __m256i s, __m256i t) {
   return _mm256_blendv_epi8(wide, narrow, _mm256_cmpeq_epi8(x, Byte(0xE2)));
 }
 
-// Whether the 64 bytes at `from` (and two more after them) hold a lead and
-// change nothing: no unit changes and none holds another lead. `x` receives
-// them. A block without a lead is left to the loop of those, which is faster.
-CH_HELPER bool ChangesNothing(const uint8_t* from, __m256i (&x)[2]) {
-  __m256i s[2], t[2];
+// 0x70 to 0x7F in the bytes of `x` that lead a three-byte character (their
+// low nibble kept) and the top bit set in every other byte: an index into a
+// table of the leads' low nibbles, and the leads in its sign bits.
+CH_HELPER __m256i LeadIndex(__m256i x) {
+  return _mm256_adds_epu8(_mm256_xor_si256(x, Byte(0xE0)), Byte(0x70));
+}
+
+// Nonzero in the bytes of the leads of `x` that may change, from the two
+// bytes after each, `s` and `t` (see ChangeFilter).
+CH_HELPER __m256i MayChange(__m256i x, __m256i s, __m256i t) {
+  const __m256i low = Byte(0x0F);
+  return _mm256_and_si256(
+      _mm256_and_si256(Lookup(kChangeFilter.lead, LeadIndex(x)),
+                       Lookup(kChangeFilter.secondLow, _mm256_and_si256(s, low))),
+      _mm256_and_si256(
+          Lookup(kChangeFilter.thirdLow, _mm256_and_si256(t, low)),
+          Lookup(kChangeFilter.thirdHigh, _mm256_and_si256(_mm256_srli_epi16(t, 4), Byte(0x03)))));
+}
+
+// Whether the 64 bytes at `from`, with the two after them, stay as they are:
+// no unit may change and none holds another lead. `x` receives them.
+CH_HELPER bool StaysAsItIs(const uint8_t* from, __m256i (&x)[2]) {
   Load(from, x);
+  if (_mm256_movemask_epi8(_mm256_or_si256(x[0], x[1])) == 0) return true;  // ASCII
+  const uint64_t leads = ~(Bits(LeadIndex(x[0]), 0) | Bits(LeadIndex(x[1]), 1));
+  __m256i s[2], t[2];
   Load(from + 1, s);
   Load(from + 2, t);
-  __m256i leads = _mm256_setzero_si256();
-  __m256i odd = _mm256_setzero_si256();
-  for (int k = 0; k < 2; ++k) {
-    const __m256i lead = LeadBytes(x[k]);
-    const __m256i leadAfter = _mm256_or_si256(LeadBytes(s[k]), LeadBytes(t[k]));
-    leads = _mm256_or_si256(leads, lead);
-    odd = _mm256_or_si256(odd, _mm256_or_si256(_mm256_and_si256(lead, leadAfter),
-                                               Changes(x[k], _mm256_and_si256(s[k], Byte(0x3F)),
-                                                       _mm256_and_si256(t[k], Byte(0x3F)))));
-  }
-  return _mm256_testz_si256(odd, odd) && !_mm256_testz_si256(leads, leads);
+  const __m256i changes = _mm256_or_si256(MayChange(x[0], s[0], t[0]), MayChange(x[1], s[1], t[1]));
+  return _mm256_testz_si256(changes, changes) && LeadsOverLeads(leads, LeadsAt(from + kBytes)) == 0;
 }
 
 CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* out, size_t& ro) {
@@ -770,7 +826,7 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
     // The bytes after each, zero past the text's end.
     __m256i s[2], t[2];
     if (b.ahead) {
-      b.leadsAhead = IsThreeByteLead(in[i + kBytes]) | (IsThreeByteLead(in[i + kBytes + 1]) << 1);
+      b.leadsAhead = LeadsAt(in + i + kBytes);
       Load(in + i + 1, s);
       Load(in + i + 2, t);
     } else {
@@ -788,7 +844,7 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
       // as they last (Chinese and mixed text).
       Store(v, out + o);
       __m256i next[2];
-      for (i += kBytes, o += kBytes; n - i >= kBytes + kAhead && ChangesNothing(in + i, next);
+      for (i += kBytes, o += kBytes; n - i >= kBytes + kAhead && StaysAsItIs(in + i, next);
            i += kBytes, o += kBytes) {
         Store(next, out + o);
       }

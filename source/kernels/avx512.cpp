@@ -94,6 +94,35 @@ constexpr Indexes kLowBytes = LowBytes();
 constexpr HalfTable kFullWidth = Halves(0xFF00, 0xFF40);
 constexpr HalfTable kPunctuation = Halves(0x2000, 0x2440);
 
+// fullToHalf's changes by class, a class being a lead and the low six bits
+// of the byte after it, with one bit for each class that holds a unit that
+// changes: a lead changes when the bits of its class meet those of the low six
+// bits of its third byte. Each table is indexed by the low six bits of a byte
+// (of the lead: 0x20 to 0x2F).
+struct ChangeClasses {
+  alignas(64) uint8_t lead[64];
+  alignas(64) uint8_t second[64];
+  alignas(64) uint8_t third[64];
+  size_t count;
+};
+
+constexpr ChangeClasses MakeChangeClasses() {
+  ChangeClasses t{};
+  uint8_t bits[1024] = {};  // each class's bit, by the unit's bits above its third byte
+  for (uint32_t unit = 0; unit < 0x10000; ++unit) {
+    if (HalfWidthOf(unit) == 0) continue;
+    uint8_t& bit = bits[unit >> 6];
+    if (bit == 0) bit = static_cast<uint8_t>(1u << t.count++);
+    t.lead[0x20 | unit >> 12] |= bit;
+    t.second[(unit >> 6) & 0x3F] |= bit;
+    t.third[unit & 0x3F] |= bit;
+  }
+  return t;
+}
+
+constexpr ChangeClasses kChangeClasses = MakeChangeClasses();
+static_assert(kChangeClasses.count <= 8, "one bit of a byte for each class");
+
 bool Avx512Supported() {
   __builtin_cpu_init();
   return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
@@ -355,17 +384,20 @@ CH_HELPER __m512i Halves(__m512i x, __m512i second, __m512i third) {
   return _mm512_mask_blend_epi8(space, _mm512_or_si512(wide, narrow), Byte(' '));
 }
 
-// Whether the 64 bytes at `from` (and two more after them) hold a lead and
-// change nothing: no unit changes and none holds another lead. `x` receives
-// them. A block without a lead is left to the loop of those, which is faster.
-CH_HELPER bool ChangesNothing(const uint8_t* from, __m512i& x) {
+// Whether the 64 bytes at `from`, with the two after them, stay as they are:
+// no unit changes and none holds another lead. `x` receives them.
+CH_HELPER bool StaysAsItIs(const uint8_t* from, __m512i& x) {
   x = _mm512_loadu_si512(from);
+  const uint64_t leads = LeadBytes(x);
+  if (leads == 0) return true;
   const __m512i second = _mm512_loadu_si512(from + 1);
   const __m512i third = _mm512_loadu_si512(from + 2);
-  const __m512i halves = Halves(x, second, third);
-  const uint64_t leads = LeadBytes(x);
-  const uint64_t leadsAfter = LeadBytes(second) | LeadBytes(third);
-  return ((leads & leadsAfter) | _mm512_test_epi8_mask(halves, halves)) == 0 && leads != 0;
+  const uint64_t changes = _mm512_test_epi8_mask(
+      _mm512_and_si512(
+          _mm512_maskz_permutexvar_epi8(leads, x, _mm512_load_si512(kChangeClasses.lead)),
+          _mm512_maskz_permutexvar_epi8(~0ull, second, _mm512_load_si512(kChangeClasses.second))),
+      _mm512_maskz_permutexvar_epi8(~0ull, third, _mm512_load_si512(kChangeClasses.third)));
+  return ((leads & (LeadBytes(second) | LeadBytes(third))) | changes) == 0;
 }
 
 CH_RUN void Avx512HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* out, size_t& ro) {
@@ -404,7 +436,7 @@ CH_RUN void Avx512HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* ou
       // as they last (Chinese and mixed text).
       _mm512_storeu_si512(out + o, x);
       __m512i next;
-      for (i += kBytes, o += kBytes; n - i >= kBytes + kAhead && ChangesNothing(in + i, next);
+      for (i += kBytes, o += kBytes; n - i >= kBytes + kAhead && StaysAsItIs(in + i, next);
            i += kBytes, o += kBytes) {
         _mm512_storeu_si512(out + o, next);
       }

@@ -201,11 +201,15 @@ inline void StartHalfWidthBlock(HalfWidthBytes& b, size_t left) {
   b.ahead = left - b.len >= kAhead;
 }
 
-// The leads that have another lead among their next two bytes.
+// The leads of a block that have another lead among their next two bytes,
+// `leadsAhead` telling which of the two bytes after it are leads.
+constexpr uint64_t LeadsOverLeads(uint64_t leads, uint64_t leadsAhead) {
+  return leads & ((leads >> 1) | (leads >> 2) | ((leadsAhead & 1) << 62) |
+                  (uint64_t{leadsAhead != 0} << 63));
+}
+
 inline uint64_t LeadsOverLeads(const HalfWidthBytes& b, uint64_t leads) {
-  const uint64_t leadAhead =
-      b.ahead ? ((b.leadsAhead & 1) << 62) | (uint64_t{b.leadsAhead != 0} << 63) : 0;
-  return leads & ((leads >> 1) | (leads >> 2) | leadAhead);
+  return LeadsOverLeads(leads, b.ahead ? b.leadsAhead : 0);
 }
 
 // Whether a whole block, with the bytes after it known, stays as it is: no

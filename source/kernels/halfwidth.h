@@ -11,6 +11,11 @@ namespace commonhelpers_internal {
 
 constexpr bool IsThreeByteLead(uint8_t b) { return (b & 0xF0) == 0xE0; }
 
+// Which of the two bytes at `p` are leads, the first in bit 0.
+inline uint64_t LeadsAt(const uint8_t* p) {
+  return uint64_t{IsThreeByteLead(p[0])} | uint64_t{IsThreeByteLead(p[1])} << 1;
+}
+
 // The code point of the three-byte unit that starts with `lead`: only the
 // low six bits of the two bytes after it count, whatever they hold.
 constexpr uint32_t ThreeByteUnit(uint8_t lead, uint8_t second, uint8_t third) {
