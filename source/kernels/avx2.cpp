@@ -810,7 +810,10 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
       // 64 bytes without a lead, and the text after them two blocks at a
       // time for as long as it is ASCII (English text).
       Store(v, out + o);
-      for (i += kBytes, o += kBytes; n - i >= kTwoBlocks; i += kTwoBlocks, o += kTwoBlocks) {
+      i += kBytes;
+      o += kBytes;
+      for (size_t pairs = (n - i) / kTwoBlocks; pairs > 0;
+           --pairs, i += kTwoBlocks, o += kTwoBlocks) {
         __m256i next[2][2];
         Load(in + i, next[0]);
         Load(in + i + kBytes, next[1]);
@@ -844,8 +847,10 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
       // as they last (Chinese and mixed text).
       Store(v, out + o);
       __m256i next[2];
-      for (i += kBytes, o += kBytes; n - i >= kBytes + kAhead && StaysAsItIs(in + i, next);
-           i += kBytes, o += kBytes) {
+      i += kBytes;
+      o += kBytes;
+      for (size_t blocks = Remaining(n - i, kAhead) / kBytes;
+           blocks > 0 && StaysAsItIs(in + i, next); --blocks, i += kBytes, o += kBytes) {
         Store(next, out + o);
       }
       b.skip = 0;

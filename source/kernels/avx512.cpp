@@ -412,7 +412,10 @@ CH_RUN void Avx512HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* ou
       // 64 bytes without a lead, and the text after them two blocks at a
       // time for as long as it is ASCII (English text).
       _mm512_storeu_si512(out + o, x);
-      for (i += kBytes, o += kBytes; n - i >= kTwoBlocks; i += kTwoBlocks, o += kTwoBlocks) {
+      i += kBytes;
+      o += kBytes;
+      for (size_t pairs = (n - i) / kTwoBlocks; pairs > 0;
+           --pairs, i += kTwoBlocks, o += kTwoBlocks) {
         const __m512i first = _mm512_loadu_si512(in + i);
         const __m512i second = _mm512_loadu_si512(in + i + kBytes);
         if (_mm512_movepi8_mask(_mm512_or_si512(first, second)) != 0) {
@@ -436,8 +439,10 @@ CH_RUN void Avx512HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* ou
       // as they last (Chinese and mixed text).
       _mm512_storeu_si512(out + o, x);
       __m512i next;
-      for (i += kBytes, o += kBytes; n - i >= kBytes + kAhead && StaysAsItIs(in + i, next);
-           i += kBytes, o += kBytes) {
+      i += kBytes;
+      o += kBytes;
+      for (size_t blocks = Remaining(n - i, kAhead) / kBytes;
+           blocks > 0 && StaysAsItIs(in + i, next); --blocks, i += kBytes, o += kBytes) {
         _mm512_storeu_si512(out + o, next);
       }
       b.skip = 0;
