@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "kernels/halfwidth.h"
 #include "support/kernel_diff.h"
 #include "support/platform.h"
 
@@ -48,14 +49,22 @@ TEST(Kernels, EveryLevelAgreesWithTheScalarTwinsOnRandomText) {
 }
 
 // Every character of three bytes but the surrogates, each after an ASCII
-// letter: every level's table and range checks over all of them.
+// letter: every level's table and range checks over all of them. And each
+// that fullToHalf changes after two blocks of Chinese text, which stay as
+// they are: the blocks after such a block are first tested by a filter of
+// their own.
 TEST(Kernels, EveryLevelAgreesWithTheScalarOneOnEveryThreeByteCharacter) {
-  std::string text;
+  std::string text, changing, chinese;
+  for (int k = 0; k < 43; ++k) chinese += "\xE4\xBD\xA0";  // two blocks and one byte more
   for (uint32_t cp = 0x800; cp <= 0xFFFF; cp += cp == 0xD7FF ? 0x801 : 1) {
-    text += {'x', static_cast<char>(0xE0 | (cp >> 12)),
-             static_cast<char>(0x80 | ((cp >> 6) & 0x3F)), static_cast<char>(0x80 | (cp & 0x3F))};
+    const std::string c = {static_cast<char>(0xE0 | (cp >> 12)),
+                           static_cast<char>(0x80 | ((cp >> 6) & 0x3F)),
+                           static_cast<char>(0x80 | (cp & 0x3F))};
+    text += 'x' + c;
+    if (commonhelpers_internal::HalfWidthOf(cp) != 0) changing += chinese + c;
   }
   EXPECT_EQ(kernel_diff::Differences(text, 7), "");
+  EXPECT_EQ(kernel_diff::Differences(changing, 8), "");
 }
 
 // A lead cut short by a character that changes, after every number of bytes
