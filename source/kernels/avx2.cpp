@@ -389,7 +389,7 @@ CH_HELPER void Widen(const __m256i (&v)[2], uint16_t* dst) {
 // `room` units; else none. Returns the characters taken.
 CH_HELPER size_t ChineseTail(const uint8_t* from, size_t rest, uint16_t* to, size_t room) {
   const size_t count = rest / 3;
-  if (count == 0 || rest % 3 != 0 || count > room || (from[0] & 0xF0) != 0xE0) return 0;
+  if (count == 0 || rest % 3 != 0 || count > room || !IsThreeByteLead(from[0])) return 0;
   __m256i v[2];
   LoadPart(from, rest, v);
   // Characters 0-15 from bytes 0-47, 16-20 from bytes 48-62.
@@ -696,9 +696,8 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
     // as it is.
     for (int k = 0; 16 * static_cast<size_t>(k) < len; ++k) {
       if (_mm256_testz_si256(nonAscii[k], nonAscii[k])) {
-        _mm_storeu_si128(
-            reinterpret_cast<__m128i*>(bytes + at[4 * k]),
-            _mm_packus_epi16(_mm256_castsi256_si128(v[k]), _mm256_extracti128_si256(v[k], 1)));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes + at[4 * k]),
+                         k == 0 ? _mm256_castsi256_si128(low) : _mm256_extracti128_si256(low, 1));
       } else {
         __m256i first, second;
         EncodeUtf16(v[k], first, second);
