@@ -321,26 +321,7 @@ CH_HELPER bool ThreeByteLeads(__m256i x) {
   return static_cast<uint32_t>(_mm256_movemask_epi8(LeadBytes(x))) == 0x49249249;
 }
 
-// The first `count` bytes of `x` (fewer than 16) at `to`.
-CH_HELPER void StoreFirst(uint8_t* to, __m128i x, size_t count) {
-  if (count & 8) {
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(to), x);
-    x = _mm_unpackhi_epi64(x, x);
-    to += 8;
-  }
-  uint64_t rest = static_cast<uint64_t>(_mm_cvtsi128_si64(x));
-  if (count & 4) {
-    memcpy(to, &rest, 4);
-    rest >>= 32;
-    to += 4;
-  }
-  if (count & 2) {
-    memcpy(to, &rest, 2);
-    rest >>= 16;
-    to += 2;
-  }
-  if (count & 1) *to = static_cast<uint8_t>(rest);
-}
+using commonhelpers_internal::StoreFirst;
 
 // The first `count` bytes of `x` (fewer than 32) at `to`.
 CH_HELPER void StoreFirst(uint8_t* to, __m256i x, size_t count) {
@@ -350,6 +331,21 @@ CH_HELPER void StoreFirst(uint8_t* to, __m256i x, size_t count) {
     part = _mm256_extracti128_si256(x, 1);
   }
   StoreFirst(to + (count & 16), part, count & 15);
+}
+
+// The first `count` (at most 64) of the ASCII bytes of `v` as units at `to`.
+CH_HELPER void WidenFirst(const __m256i (&v)[2], uint16_t* to, size_t count) {
+  const __m256i units[] = {_mm256_cvtepu8_epi16(_mm256_castsi256_si128(v[0])),
+                           _mm256_cvtepu8_epi16(_mm256_extracti128_si256(v[0], 1)),
+                           _mm256_cvtepu8_epi16(_mm256_castsi256_si128(v[1])),
+                           _mm256_cvtepu8_epi16(_mm256_extracti128_si256(v[1], 1))};
+  for (size_t q = 0; q < 4 && 16 * q < count; ++q) {
+    if (count - 16 * q >= 16) {
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + 16 * q), units[q]);
+    } else {
+      StoreFirst(reinterpret_cast<uint8_t*>(to + 16 * q), units[q], 2 * (count - 16 * q));
+    }
+  }
 }
 
 // Two rows of a shuffle table, one per 128-bit lane.
@@ -441,8 +437,8 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
     } else {
       LoadPart(src + i, left.len, v);
     }
-    if (left.claimed == 0 && left.len == kBytes && cap - o >= kBytes &&
-        _mm256_movemask_epi8(_mm256_or_si256(v[0], v[1])) == 0) {
+    const bool ascii = left.claimed == 0 && _mm256_movemask_epi8(_mm256_or_si256(v[0], v[1])) == 0;
+    if (ascii && left.len == kBytes && cap - o >= kBytes) {
       // 64 ASCII bytes, and the text after them two blocks at a time for as
       // long as it is ASCII (English text).
       Widen(v, dst + o);
@@ -463,6 +459,13 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
         prev = next[1][1];
       }
       continue;
+    }
+    if (ascii) {  // the text's last bytes, or the room's: what fits, and the run ends
+      const size_t take = Smaller(left.len, cap - o);
+      WidenFirst(v, dst + o, take);
+      i += take;
+      o += take;
+      break;
     }
     // Chinese text, from the first character not taken yet. The next block
     // starts at a character, so needs no bytes before it.

@@ -231,6 +231,17 @@ CH_RUN void Avx512Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* d
       }
       continue;
     }
+    if ((b.nonAscii | b.claimed) == 0) {  // the text's last bytes, or the room's: what fits
+      const size_t take = Smaller(len, cap - o);
+      const uint64_t keep = Below(take);
+      _mm512_mask_storeu_epi16(dst + o, static_cast<__mmask32>(keep),
+                               _mm512_cvtepu8_epi16(_mm512_maskz_extracti64x4_epi64(0xF, x, 0)));
+      _mm512_mask_storeu_epi16(dst + o + 32, static_cast<__mmask32>(keep >> 32),
+                               _mm512_cvtepu8_epi16(_mm512_maskz_extracti64x4_epi64(0xF, x, 1)));
+      i += take;
+      o += take;
+      break;
+    }
     const __m512i high = _mm512_and_si512(x, Byte(0xF0));
     b.lead3 = _mm512_cmpeq_epi8_mask(high, Byte(0xE0));
     // Chinese text: 32 three-byte characters at a time for as long as it

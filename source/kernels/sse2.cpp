@@ -157,9 +157,10 @@ CH_TARGET void Sse2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
     __m128i v[4];
     Load(BlockAt(src, n, i, pad), v);
     left.len = Smaller(n - i, kBytes);
-    if (left.claimed == 0 && left.len == kBytes && cap - o >= kBytes &&
-        _mm_movemask_epi8(_mm_or_si128(_mm_or_si128(v[0], v[1]), _mm_or_si128(v[2], v[3]))) ==
-            0) {  // 64 ASCII bytes
+    const bool ascii =
+        left.claimed == 0 &&
+        _mm_movemask_epi8(_mm_or_si128(_mm_or_si128(v[0], v[1]), _mm_or_si128(v[2], v[3]))) == 0;
+    if (ascii && left.len == kBytes && cap - o >= kBytes) {  // 64 ASCII bytes
       for (int k = 0; k < 4; ++k) {
         _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + 16 * k),
                          _mm_unpacklo_epi8(v[k], _mm_setzero_si128()));
@@ -170,6 +171,21 @@ CH_TARGET void Sse2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
       o += kBytes;
       prev = v[3];
       continue;
+    }
+    if (ascii) {  // the text's last bytes, or the room's: what fits, and the run ends
+      const size_t take = Smaller(left.len, cap - o);
+      for (size_t at = 0; at < take; at += 8) {
+        const __m128i units = _mm_unpacklo_epi8(
+            at % 16 == 0 ? v[at / 16] : _mm_srli_si128(v[at / 16], 8), _mm_setzero_si128());
+        if (take - at >= 8) {
+          _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + at), units);
+        } else {
+          StoreFirst(reinterpret_cast<uint8_t*>(dst + o + at), units, 2 * (take - at));
+        }
+      }
+      i += take;
+      o += take;
+      break;
     }
     // Chinese text, from the first character not taken yet. The next block
     // starts at a character, so needs no bytes before it.
@@ -291,14 +307,23 @@ CH_TARGET void Sse2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
     Load(reinterpret_cast<const uint8_t*>(BlockAt(src, n, i, pad)), v);
     const size_t len = Smaller(n - i, kUnits);
     const __m128i any = _mm_or_si128(_mm_or_si128(v[0], v[1]), _mm_or_si128(v[2], v[3]));
-    if (len == kUnits && cap - o >= kUnits &&
-        _mm_movemask_epi8(_mm_cmpeq_epi16(_mm_subs_epu16(any, _mm_set1_epi16(0x7F)),
-                                          _mm_setzero_si128())) == 0xFFFF) {  // 32 ASCII units
+    const bool ascii = _mm_movemask_epi8(_mm_cmpeq_epi16(_mm_subs_epu16(any, _mm_set1_epi16(0x7F)),
+                                                         _mm_setzero_si128())) == 0xFFFF;
+    if (ascii && len == kUnits && cap - o >= kUnits) {  // 32 ASCII units
       _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o), _mm_packus_epi16(v[0], v[1]));
       _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + 16), _mm_packus_epi16(v[2], v[3]));
       i += kUnits;
       o += kUnits;
       continue;
+    }
+    if (ascii) {  // the text's last units, or the room's: what fits, and the run ends
+      const size_t take = Smaller(len, cap - o);
+      const __m128i bytes[] = {_mm_packus_epi16(v[0], v[1]), _mm_packus_epi16(v[2], v[3])};
+      if (take >= 16) _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o), bytes[0]);
+      StoreFirst(dst + o + (take & 16), bytes[take / 16], take & 15);
+      i += take;
+      o += take;
+      break;
     }
     // The registers of eight three-byte units from the block's start
     // (Chinese text), of those the text fills.
