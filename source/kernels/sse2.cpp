@@ -317,7 +317,7 @@ CH_TARGET void Sse2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
       continue;
     }
     if (ascii) {  // the text's last units, or the room's: what fits, and the run ends
-      const size_t take = Smaller(len, cap - o);
+      const size_t take = Smaller(len, cap - o);  // fewer than kUnits: a whole block went above
       const __m128i bytes[] = {_mm_packus_epi16(v[0], v[1]), _mm_packus_epi16(v[2], v[3])};
       if (take >= 16) _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o), bytes[0]);
       StoreFirst(dst + o + (take & 16), bytes[take / 16], take & 15);
