@@ -17,9 +17,9 @@ import matplotlib
 matplotlib.use("svg")
 import matplotlib.pyplot as plt
 
-from report import load, size_name
+from report import SHORT, load, size_name
 
-SIZES = [64, 4 << 10, 64 << 10, 1 << 20]
+SIZES = [SHORT, 64, 4 << 10, 64 << 10, 1 << 20]
 PANELS = [(function, text, f"{title}, {text.capitalize()}")
           for function, title in (("Utf8ToUtf16", "UTF-8 → UTF-16"), ("Utf16ToUtf8", "UTF-16 → UTF-8"))
           for text in ("english", "chinese", "mixed")]

@@ -209,6 +209,9 @@ void RegisterWideWalks(TextKind kind, size_t size) {
 }
 
 bool RegisterAll() {
+  for (const TextKind kind : bench::kTextKinds) {
+    RegisterConversions(kind, bench::kShortSentence);
+  }
   for (const size_t size : bench::kSizes) {
     for (const TextKind kind : bench::kTextKinds) {
       RegisterConversions(kind, size);

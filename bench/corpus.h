@@ -28,6 +28,10 @@ constexpr TextKind kTextKinds[] = {TextKind::kEnglish, TextKind::kChinese, TextK
 // A sentence, a page, and the two sizes of the scaling check.
 constexpr size_t kSizes[] = {64, 4 << 10, 64 << 10, 1 << 20};
 
+// A short sentence or a clause, less than one block at every SIMD level: the
+// conversions run at this size too.
+constexpr size_t kShortSentence = 24;
+
 const char* TextName(TextKind kind);
 
 // At most `size` bytes of UTF-8 text of `kind`, cut at a character boundary

@@ -57,6 +57,9 @@ bool RegisterAll() {
   size_t count = 0;
   const Kernels* const* levels = commonhelpers_internal::AvailableKernels(&count);
   for (size_t k = 0; k < count; ++k) {
+    for (const TextKind kind : bench::kTextKinds) {
+      RegisterLevel(*levels[k], kind, bench::kShortSentence);
+    }
     for (const size_t size : bench::kSizes) {
       for (const TextKind kind : bench::kTextKinds) {
         RegisterLevel(*levels[k], kind, size);

@@ -17,6 +17,7 @@ import sys
 
 LEVELS = ["scalar", "sse2", "avx2", "avx512"]
 KB, MB = 1 << 10, 1 << 20
+SHORT = 24  # bench::kShortSentence: less than one block at every level
 SCALING_LIMIT = 1.2
 
 
@@ -123,11 +124,11 @@ def main():
                            and a != ours and (f, a, t, 64 * KB) in figures)
         print(f"| {function} | {text} | {s:.2f}{'' if s <= SCALING_LIMIT else ' **over**'} | {others} |")
 
-    print("\nBy SIMD level, in the same process, GB/s at 64 B and 1 MB:\n")
+    print(f"\nBy SIMD level, in the same process, GB/s at {SHORT} B, 64 B and 1 MB:\n")
     print("| function | input | size | " + " | ".join(levels) + " |")
     print("|---|---|---:|" + "---:|" * len(levels))
     for function, impl, text, size in sorted(k for k in figures if k[1] == levels[-1]):
-        if size in (64, MB):
+        if size in (SHORT, 64, MB):
             cells = " | ".join(f"{gbs((function, l, text, size)):.2f}" for l in levels)
             print(f"| {function} | {text} | {size_name(size)} | {cells} |")
 
@@ -140,7 +141,7 @@ def main():
         if (impl in LEVELS or impl.startswith("ours") or impl.endswith("-O2") or mine not in figures
                 or (function, text, size, impl) in listed):
             continue
-        if size not in (64, MB) and text not in ("records", "equal"):
+        if size not in (SHORT, 64, MB) and text not in ("records", "equal"):
             continue
         print(f"| {function} | {text} | {size_name(size)} | {gbs(mine):.2f} | {impl} | "
               f"{gbs((function, impl, text, size)):.2f} | "
