@@ -40,8 +40,9 @@ def load(directory):
 
 
 def size_name(size):
-    """64 B, 4 KB, 1 MB; a size that is no power of two is a count (records)."""
-    if size & (size - 1):
+    """24 B, 4 KB, 1 MB; a size from 1 KB up that is no power of two is a count
+    (records)."""
+    if size >= KB and size & (size - 1):
         return f"{size:,}"
     return f"{size // MB} MB" if size >= MB else f"{size // KB} KB" if size >= KB else f"{size} B"
 
