@@ -175,8 +175,9 @@ CH_TARGET void Sse2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
     if (ascii) {  // the text's last bytes, or the room's: what fits, and the run ends
       const size_t take = Smaller(left.len, cap - o);
       for (size_t at = 0; at < take; at += 8) {
-        const __m128i units = _mm_unpacklo_epi8(
-            at % 16 == 0 ? v[at / 16] : _mm_srli_si128(v[at / 16], 8), _mm_setzero_si128());
+        const __m128i bytes = v[at / 16];
+        const __m128i units =
+            _mm_unpacklo_epi8(at % 16 == 0 ? bytes : _mm_srli_si128(bytes, 8), _mm_setzero_si128());
         if (take - at >= 8) {
           _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + at), units);
         } else {
