@@ -20,8 +20,8 @@ void RegisterLevel(const Kernels& level, TextKind kind, size_t size) {
                    std::vector<USHORT> wide(text.size() + 1);
                    for (auto _ : state) {
                      RResult result;
-                     ConvertUtfStringWith(*table, text.c_str(), UTF_8, wide.data(),
-                                          static_cast<int>(wide.size()), UTF_16, &result);
+                     ConvertUtfStringWith(text.c_str(), UTF_8, wide.data(),
+                                          static_cast<int>(wide.size()), UTF_16, &result, table);
                      benchmark::DoNotOptimize(result);
                    }
                  });
@@ -31,8 +31,8 @@ void RegisterLevel(const Kernels& level, TextKind kind, size_t size) {
                    std::vector<char> narrow(text.size() + 1);
                    for (auto _ : state) {
                      RResult result;
-                     ConvertUtfStringWith(*table, wide.data(), UTF_16, narrow.data(),
-                                          static_cast<int>(narrow.size()), UTF_8, &result);
+                     ConvertUtfStringWith(wide.data(), UTF_16, narrow.data(),
+                                          static_cast<int>(narrow.size()), UTF_8, &result, table);
                      benchmark::DoNotOptimize(result);
                    }
                  });

@@ -157,11 +157,11 @@ TEST(Kernels, NoLevelReadsPastTheTerminator) {
       for (const Kernels* level : kernel_diff::Levels()) {
         char* at = end - utf8.size() - 1;
         memcpy(at, utf8.c_str(), utf8.size() + 1);
-        ConvertUtfStringWith(*level, at, UTF_8, units.data(), 800, UTF_16, nullptr);
+        ConvertUtfStringWith(at, UTF_8, units.data(), 800, UTF_16, nullptr, level);
         FullToHalfWith(*level, at, &bytes[0]);
         char16_t* at16 = reinterpret_cast<char16_t*>(end) - utf16.size() - 1;
         std::copy(utf16.c_str(), utf16.c_str() + utf16.size() + 1, at16);
-        ConvertUtfStringWith(*level, at16, UTF_16, &bytes[0], 800, UTF_8, nullptr);
+        ConvertUtfStringWith(at16, UTF_16, &bytes[0], 800, UTF_8, nullptr, level);
       }
       const auto& c = kCharacters[kind < std::size(kCharacters) ? kind : length % kind];
       utf8 += c.first;

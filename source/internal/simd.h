@@ -17,6 +17,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <type_traits>
 
 #include <commonhelpers/stringconverter.h>
@@ -95,13 +96,17 @@ static_assert(
 constexpr size_t kMaxLevels = 4;
 const Kernels* const* BuiltLevels(size_t* pcount);
 
-// The table of the chosen level: ChooseKernels() of COMMONHELPERS_SIMD, read
-// once, on first use.
-const Kernels& ActiveKernels();
-
 // The level that COMMONHELPERS_SIMD=`szAsked` chooses: that level when this
 // build has it and the CPU runs it, else (also for null) the widest.
 const Kernels& ChooseKernels(const char* szAsked);
+
+// The table of the chosen level: ChooseKernels() of COMMONHELPERS_SIMD, read
+// once, on first use (function-local statics are initialized thread-safely).
+// Inline, so that a call costs its callers one test of the guard.
+inline const Kernels& ActiveKernels() {
+  static const Kernels& active = ChooseKernels(getenv("COMMONHELPERS_SIMD"));
+  return active;
+}
 
 // Every level that this build has and this CPU runs, narrowest (scalar)
 // first; `*pcount` receives their number. For the tests, which run each
@@ -109,8 +114,10 @@ const Kernels& ChooseKernels(const char* szAsked);
 const Kernels* const* AvailableKernels(size_t* pcount);
 
 // ConvertUtfString and fullToHalf with a given table.
-void ConvertUtfStringWith(const Kernels& kernels, const void* src, UtfType srcType, void* dst,
-                          int dstSize, UtfType dstType, RResult* presult);
+// The table comes last, null for the active level, so that the public
+// function hands its own arguments on where they already are.
+void ConvertUtfStringWith(const void* src, UtfType srcType, void* dst, int dstSize, UtfType dstType,
+                          RResult* presult, const Kernels* kernels);
 void FullToHalfWith(const Kernels& kernels, const char* sFullStr, char* sHalfStr);
 
 }  // namespace commonhelpers_internal

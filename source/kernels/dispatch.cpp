@@ -1,6 +1,5 @@
 // The choice of the kernel level: once, on first use, without a global
 // constructor (function-local statics are initialized thread-safely).
-#include <cstdlib>
 #include <cstring>
 
 #include "internal/simd.h"
@@ -42,11 +41,6 @@ const Kernels& ChooseKernels(const char* szAsked) {
     }
   }
   return *chosen;
-}
-
-const Kernels& ActiveKernels() {
-  static const Kernels& active = ChooseKernels(getenv("COMMONHELPERS_SIMD"));
-  return active;
 }
 
 const Kernels* const* AvailableKernels(size_t* pcount) {

@@ -252,26 +252,27 @@ RResult ConvertFrom(const Kernels& kernels, const Src* src, void* dst, size_t ca
 
 }  // namespace
 
-void commonhelpers_internal::ConvertUtfStringWith(const Kernels& kernels, const void* src,
-                                                  UtfType srcType, void* dst, int dstSize,
-                                                  UtfType dstType, RResult* presult) {
+void commonhelpers_internal::ConvertUtfStringWith(const void* src, UtfType srcType, void* dst,
+                                                  int dstSize, UtfType dstType, RResult* presult,
+                                                  const Kernels* kernels) {
   RResult result = RESULT_SUCCEEDED;
   if (src == nullptr || dst == nullptr || dstSize < 1) {
     result = RESULT_INV_ARGUMENT;
   }
   if (result == RESULT_SUCCEEDED) {
+    const Kernels& runs = kernels != nullptr ? *kernels : ActiveKernels();
     // One unit of the destination is always kept for the terminator.
     const size_t cap = static_cast<size_t>(dstSize) - 1;
     result = RESULT_INV_ARGUMENT;  // unless srcType is one of the enumeration
     switch (srcType) {
       case UTF_8:
-        result = ConvertFrom(kernels, static_cast<const uint8_t*>(src), dst, cap, dstType);
+        result = ConvertFrom(runs, static_cast<const uint8_t*>(src), dst, cap, dstType);
         break;
       case UTF_16:
-        result = ConvertFrom(kernels, static_cast<const uint16_t*>(src), dst, cap, dstType);
+        result = ConvertFrom(runs, static_cast<const uint16_t*>(src), dst, cap, dstType);
         break;
       case UTF_32:
-        result = ConvertFrom(kernels, static_cast<const uint32_t*>(src), dst, cap, dstType);
+        result = ConvertFrom(runs, static_cast<const uint32_t*>(src), dst, cap, dstType);
         break;
     }
   }
@@ -280,5 +281,5 @@ void commonhelpers_internal::ConvertUtfStringWith(const Kernels& kernels, const 
 
 void ConvertUtfString(const void* src, UtfType srcType, void* dst, int dstSize, UtfType dstType,
                       RResult* presult) {
-  ConvertUtfStringWith(ActiveKernels(), src, srcType, dst, dstSize, dstType, presult);
+  ConvertUtfStringWith(src, srcType, dst, dstSize, dstType, presult, nullptr);
 }

@@ -32,8 +32,8 @@ template <typename Dst, typename Src>
 std::pair<RResult, std::vector<Dst>> Convert(const Kernels& level, const std::vector<Src>& text,
                                              size_t size) {
   std::pair<RResult, std::vector<Dst>> out{RESULT_ANY_ERROR, std::vector<Dst>(size + 8, 0x5A)};
-  ConvertUtfStringWith(level, text.data(), kEncodingOf<Src>, out.second.data(),
-                       static_cast<int>(size), kEncodingOf<Dst>, &out.first);
+  ConvertUtfStringWith(text.data(), kEncodingOf<Src>, out.second.data(), static_cast<int>(size),
+                       kEncodingOf<Dst>, &out.first, &level);
   return out;
 }
 
