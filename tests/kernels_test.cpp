@@ -213,6 +213,12 @@ TEST(Kernels, EveryRunTakesAllOfItsKindThatFitsAndStopsRightBeforeTheRest) {
     RunCase<char16_t, char> utf16;
     RunCase<char, char> half;
     const size_t from = round % 3 == 0 ? 4 : 0;  // in a third of the rounds, Chinese text
+    // In a fifth, half a UTF-16 block of ASCII first, so that the block after it is mixed.
+    for (size_t k = round % 5 == 2 ? 16 : 0; k > 0; --k) {
+      utf8.Add("a", u"a");
+      utf16.Add(u"a", "a");
+      half.Add("a", "a");
+    }
     for (size_t k = random() % 150; k > 0; --k) {
       const auto& c = kCharacters[from + random() % (std::size(kCharacters) - from)];
       const auto& u = kUnits[random() % std::size(kUnits)];
