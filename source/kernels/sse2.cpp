@@ -38,6 +38,20 @@ CH_HELPER void Load(const uint8_t* block, __m128i (&v)[4]) {
   }
 }
 
+// The first `count` (at most 64) of the ASCII bytes of `v` as units at `to`.
+CH_HELPER void Widen(const __m128i (&v)[4], uint16_t* to, size_t count) {
+  for (size_t at = 0; at < count; at += 8) {
+    const __m128i bytes = v[at / 16];
+    const __m128i units =
+        _mm_unpacklo_epi8(at % 16 == 0 ? bytes : _mm_srli_si128(bytes, 8), _mm_setzero_si128());
+    if (count - at >= 8) {
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(to + at), units);
+    } else {
+      StoreFirst(reinterpret_cast<uint8_t*>(to + at), units, 2 * (count - at));
+    }
+  }
+}
+
 // The byte before each byte of v[k]: of `prev` (the block before) for the
 // first one.
 CH_HELPER __m128i Before1(const __m128i (&v)[4], __m128i prev, int k) {
@@ -161,12 +175,7 @@ CH_TARGET void Sse2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
         left.claimed == 0 &&
         _mm_movemask_epi8(_mm_or_si128(_mm_or_si128(v[0], v[1]), _mm_or_si128(v[2], v[3]))) == 0;
     if (ascii && left.len == kBytes && cap - o >= kBytes) {  // 64 ASCII bytes
-      for (int k = 0; k < 4; ++k) {
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + 16 * k),
-                         _mm_unpacklo_epi8(v[k], _mm_setzero_si128()));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + 16 * k + 8),
-                         _mm_unpackhi_epi8(v[k], _mm_setzero_si128()));
-      }
+      Widen(v, dst + o, kBytes);
       i += kBytes;
       o += kBytes;
       prev = v[3];
@@ -174,16 +183,7 @@ CH_TARGET void Sse2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
     }
     if (ascii) {  // the text's last bytes, or the room's: what fits, and the run ends
       const size_t take = Smaller(left.len, cap - o);
-      for (size_t at = 0; at < take; at += 8) {
-        const __m128i bytes = v[at / 16];
-        const __m128i units =
-            _mm_unpacklo_epi8(at % 16 == 0 ? bytes : _mm_srli_si128(bytes, 8), _mm_setzero_si128());
-        if (take - at >= 8) {
-          _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + at), units);
-        } else {
-          StoreFirst(reinterpret_cast<uint8_t*>(dst + o + at), units, 2 * (take - at));
-        }
-      }
+      Widen(v, dst + o, take);
       i += take;
       o += take;
       break;
