@@ -13,6 +13,7 @@
 namespace {
 
 using kernel_diff::Kernels;
+using commonhelpers_internal::RunEnd;
 
 // Levels() in order, each with the number of characters its Chinese shape takes at a time, and
 // whether it also takes the last characters of a Chinese text, fewer than a group, at once.
@@ -194,9 +195,8 @@ struct RunCase {
     const std::vector<Src> src(text.begin(), text.end());  // exactly n units, for ASan
     std::vector<Dst> dst(cap + 8, 0x5A), want(units.begin(), units.begin() + wantOut);
     want.resize(dst.size(), 0x5A);
-    size_t i = 0, o = 0;
-    run(reinterpret_cast<const S*>(src.data()), src.size(), i, reinterpret_cast<D*>(dst.data()),
-        cap, o);
+    const auto [i, o] = run(reinterpret_cast<const S*>(src.data()), src.size(), 0,
+                            reinterpret_cast<D*>(dst.data()), cap, 0);
     if (i == wantIn && o == wantOut && dst == want) return "";
     return "stopped at " + std::to_string(i) + "/" + std::to_string(o) + " for " +
            std::to_string(wantIn) + "/" + std::to_string(wantOut) + " into " + std::to_string(cap);
@@ -238,8 +238,11 @@ TEST(Kernels, EveryRunTakesAllOfItsKindThatFitsAndStopsRightBeforeTheRest) {
     if (round % 6 == 3) cap = utf16.units.size();  // exactly the room of the UTF-8 form
     for (const Kernels* level : kernel_diff::Levels()) {
       const std::string at = std::string(level->name) + ", round " + std::to_string(round) + ": ";
-      const auto halfWidth = [level](const uint8_t* s, size_t n, size_t& i, uint8_t* d, size_t,
-                                     size_t& o) { level->halfWidth(s, n, i, d, o); };
+      const auto halfWidth = [level](const uint8_t* s, size_t n, size_t i, uint8_t* d, size_t,
+                                     size_t o) {
+        level->halfWidth(s, n, i, d, o);
+        return RunEnd{i, o};
+      };
       ASSERT_EQ((utf8.Check<uint8_t, uint16_t>(level->utf8To16, cap)), "") << at << "UTF-8";
       ASSERT_EQ((utf16.Check<uint16_t, uint8_t>(level->utf16To8, cap)), "") << at << "UTF-16";
       ASSERT_EQ((half.Check<uint8_t, uint8_t>(halfWidth, half.text.size())), "")

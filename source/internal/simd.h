@@ -26,18 +26,22 @@ namespace commonhelpers_internal {
 
 // A run converts from src[i] / dst[o] (i < n, n the source units known to
 // come before the terminator, cap the room before it) every character of its
-// kind, in order, and moves i and o past them. It stops right before the
+// kind, in order, and returns i and o moved past them (by value: a reference
+// would cost every call a trip through memory). It stops right before the
 // first character that is not of its kind or does not fit; it never reads
 // src[n] or beyond, never writes dst[cap + 1] or beyond, and leaves every unit
 // after the ones it converted as it found it (a level may store past them
 // and put back what was there).
-//
+struct RunEnd {
+  size_t i;
+  size_t o;
+};
 // UTF-8 to UTF-16: the well-formed characters of one to three bytes.
-using Utf8To16Run = void (*)(const uint8_t* src, size_t n, size_t& i, uint16_t* dst, size_t cap,
-                             size_t& o);
+using Utf8To16Run = RunEnd (*)(const uint8_t* src, size_t n, size_t i, uint16_t* dst, size_t cap,
+                               size_t o);
 // UTF-16 to UTF-8: the units that are no surrogate.
-using Utf16To8Run = void (*)(const uint16_t* src, size_t n, size_t& i, uint8_t* dst, size_t cap,
-                             size_t& o);
+using Utf16To8Run = RunEnd (*)(const uint16_t* src, size_t n, size_t i, uint8_t* dst, size_t cap,
+                               size_t o);
 
 // fullToHalf's run: normalizes from in[i] to out[o] every unit but a
 // three-byte one that the end cuts short or that holds a lead byte

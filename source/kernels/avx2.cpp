@@ -423,10 +423,8 @@ CH_TARGET size_t Avx2ThreeByteGroups(const uint8_t* src, size_t n, uint16_t* dst
   return ChineseGroups(src, n, dst, cap, 48);
 }
 
-CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* dst, size_t cap,
-                            size_t& ro) {
-  size_t i = ri;
-  size_t o = ro;
+CH_TARGET RunEnd Avx2Utf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* dst, size_t cap,
+                              size_t o) {
   Utf8Bytes left = {};
   __m256i prev = _mm256_setzero_si256();
   while (i < n) {
@@ -513,8 +511,7 @@ CH_TARGET void Avx2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
     left = plan.next;
     prev = v[1];
   }
-  ri = i;
-  ro = o;
+  return {i, o};
 }
 
 // Bit p of the result for unit p of v[0] and v[1]: packs keeps each 128-bit
@@ -621,10 +618,8 @@ CH_HELPER void ThreeByteForms(__m256i units, uint8_t* out, size_t from, size_t e
   }
 }
 
-CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* dst, size_t cap,
-                            size_t& ro) {
-  size_t i = ri;
-  size_t o = ro;
+CH_TARGET RunEnd Avx2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* dst, size_t cap,
+                              size_t o) {
   while (i < n) {
     __m256i v[2];
     const size_t len = Smaller(n - i, kUnits);
@@ -719,8 +714,7 @@ CH_TARGET void Avx2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
     }
     i += len;
   }
-  ri = i;
-  ro = o;
+  return {i, o};
 }
 
 CH_HELPER __m256i Lookup(const uint8_t (&table)[16], __m256i index) {

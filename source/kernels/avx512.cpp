@@ -201,10 +201,8 @@ CH_RUN size_t Avx512ThreeByteGroups(const uint8_t* src, size_t n, uint16_t* dst,
   return o;
 }
 
-CH_RUN void Avx512Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* dst, size_t cap,
-                           size_t& ro) {
-  size_t i = ri;
-  size_t o = ro;
+CH_RUN RunEnd Avx512Utf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* dst, size_t cap,
+                             size_t o) {
   Utf8Bytes b = {};
   __m512i prev = _mm512_setzero_si512();
   while (i < n) {
@@ -298,8 +296,7 @@ CH_RUN void Avx512Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* d
     b.open = plan.next.open;
     prev = x;
   }
-  ri = i;
-  ro = o;
+  return {i, o};
 }
 
 // The UTF-8 forms of 16 units in 32-bit lanes, first byte lowest, unused
@@ -319,10 +316,8 @@ CH_HELPER __m512i Forms(__m256i units, uint32_t twoOrMore, uint32_t three) {
       static_cast<__mmask16>(three), threeBytes);
 }
 
-CH_RUN void Avx512Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* dst, size_t cap,
-                           size_t& ro) {
-  size_t i = ri;
-  size_t o = ro;
+CH_RUN RunEnd Avx512Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* dst, size_t cap,
+                             size_t o) {
   while (i < n) {
     const size_t len = Smaller(n - i, kUnits);
     const __m512i x = _mm512_maskz_loadu_epi16(static_cast<__mmask32>(Below(len)), src + i);
@@ -368,8 +363,7 @@ CH_RUN void Avx512Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* d
     }
     i += len;
   }
-  ri = i;
-  ro = o;
+  return {i, o};
 }
 
 // The byte each lead of `x` becomes (zero where it stays), from the low six

@@ -15,7 +15,7 @@ bool Always() { return true; }
 // The leads C2..DF take one continuation byte, E0..EF two; C0 and C1 would
 // be overlong, and the three-byte range check excludes the overlong forms
 // (below U+0800) and the surrogates.
-void ScalarUtf8To16(const uint8_t* src, size_t n, size_t& i, uint16_t* dst, size_t cap, size_t& o) {
+RunEnd ScalarUtf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* dst, size_t cap, size_t o) {
   while (i < n && o < cap) {
     const uint32_t b0 = src[i];
     if (b0 < 0x80) {
@@ -36,9 +36,10 @@ void ScalarUtf8To16(const uint8_t* src, size_t n, size_t& i, uint16_t* dst, size
     dst[o++] = static_cast<uint16_t>(cp);
     i += 3;
   }
+  return {i, o};
 }
 
-void ScalarUtf16To8(const uint16_t* src, size_t n, size_t& i, uint8_t* dst, size_t cap, size_t& o) {
+RunEnd ScalarUtf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* dst, size_t cap, size_t o) {
   for (; i < n; ++i) {
     const uint32_t u = src[i];
     if (u < 0x80) {
@@ -55,6 +56,7 @@ void ScalarUtf16To8(const uint16_t* src, size_t n, size_t& i, uint8_t* dst, size
       dst[o++] = static_cast<uint8_t>(0x80 | (u & 0x3F));
     }
   }
+  return {i, o};
 }
 
 void ScalarHalfWidth(const uint8_t* in, size_t n, size_t& i, uint8_t* out, size_t& o) {

@@ -160,10 +160,8 @@ CH_TARGET size_t Sse2ThreeByteGroups(const uint8_t* src, size_t n, uint16_t* dst
   return ChineseGroups(src, n, dst, cap);
 }
 
-CH_TARGET void Sse2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* dst, size_t cap,
-                            size_t& ro) {
-  size_t i = ri;
-  size_t o = ro;
+CH_TARGET RunEnd Sse2Utf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* dst, size_t cap,
+                              size_t o) {
   uint8_t pad[kBytes];
   Utf8Bytes left = {};
   __m128i prev = _mm_setzero_si128();
@@ -217,8 +215,7 @@ CH_TARGET void Sse2Utf8To16(const uint8_t* src, size_t n, size_t& ri, uint16_t* 
     left = plan.next;
     prev = v[3];
   }
-  ri = i;
-  ro = o;
+  return {i, o};
 }
 
 CH_HELPER Utf16Units ClassifyUtf16(const __m128i (&v)[4], size_t len) {
@@ -298,10 +295,8 @@ CH_HELPER void ThreeByteForms(__m128i units, uint8_t* to) {
   memcpy(to + 18, &pairs[3], 6);
 }
 
-CH_TARGET void Sse2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* dst, size_t cap,
-                            size_t& ro) {
-  size_t i = ri;
-  size_t o = ro;
+CH_TARGET RunEnd Sse2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* dst, size_t cap,
+                              size_t o) {
   uint16_t pad[kUnits];
   while (i < n) {
     __m128i v[4];
@@ -362,8 +357,7 @@ CH_TARGET void Sse2Utf16To8(const uint16_t* src, size_t n, size_t& ri, uint8_t* 
     }
     i += len;
   }
-  ri = i;
-  ro = o;
+  return {i, o};
 }
 
 CH_TARGET void Sse2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* out, size_t& ro) {

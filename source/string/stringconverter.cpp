@@ -38,6 +38,7 @@ using commonhelpers_internal::FirstStretch;
 using commonhelpers_internal::GrowNear;
 using commonhelpers_internal::Kernels;
 using commonhelpers_internal::KnownLength;
+using commonhelpers_internal::RunEnd;
 using commonhelpers_internal::TerminatedLength;
 
 constexpr uint32_t kMalformed = 0xFFFFFFFF;
@@ -177,12 +178,16 @@ void Runs(const Kernels&, const Src* src, size_t n, size_t& i, Dst* dst, size_t 
 
 void Runs(const Kernels& kernels, const uint8_t* src, size_t n, size_t& i, uint16_t* dst,
           size_t cap, size_t& o) {
-  kernels.utf8To16(src, n, i, dst, cap, o);
+  const RunEnd end = kernels.utf8To16(src, n, i, dst, cap, o);
+  i = end.i;
+  o = end.o;
 }
 
 void Runs(const Kernels& kernels, const uint16_t* src, size_t n, size_t& i, uint8_t* dst,
           size_t cap, size_t& o) {
-  kernels.utf16To8(src, n, i, dst, cap, o);
+  const RunEnd end = kernels.utf16To8(src, n, i, dst, cap, o);
+  i = end.i;
+  o = end.o;
 }
 
 // The units known to come before the terminator: UTF-8 a stretch at a time
