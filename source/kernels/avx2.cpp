@@ -205,8 +205,13 @@ CH_HELPER void Store(const __m256i (&v)[2], void* block) {
 CH_HELPER void LoadPart(const uint8_t* from, size_t count, __m256i (&v)[2]) {
   const int words = static_cast<int>(count / 4);
   uint32_t last = 0;
-  for (size_t k = count % 4; k > 0; --k) {
-    last = (last << 8) | from[4 * static_cast<size_t>(words) + k - 1];
+  if (count >= 4) {
+    // The dword that ends with the last byte, its bytes before the part
+    // dword shifted out.
+    memcpy(&last, from + count - 4, 4);
+    last = static_cast<uint32_t>(uint64_t{last} >> (8 * (4 - count % 4)));
+  } else {
+    for (size_t k = count; k > 0; --k) last = (last << 8) | from[k - 1];
   }
   for (int k = 0; k < 2; ++k) {
     const __m256i index = _mm256_setr_epi32(8 * k, 8 * k + 1, 8 * k + 2, 8 * k + 3, 8 * k + 4,
