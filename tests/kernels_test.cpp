@@ -12,8 +12,8 @@
 
 namespace {
 
-using kernel_diff::Kernels;
 using commonhelpers_internal::RunEnd;
+using kernel_diff::Kernels;
 
 // Levels() in order, each with the number of characters its Chinese shape takes at a time, and
 // whether it also takes the last characters of a Chinese text, fewer than a group, at once.
