@@ -4,6 +4,7 @@
 #include <cstring>
 #include <random>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "kernels/halfwidth.h"
@@ -192,10 +193,13 @@ struct RunCase {
     size_t taken = 0;
     while (taken < in.size() && out[taken] <= cap) ++taken;
     const size_t wantIn = taken > 0 ? in[taken - 1] : 0, wantOut = taken > 0 ? out[taken - 1] : 0;
-    const std::vector<Src> src(text.begin(), text.end());  // exactly n units, for ASan
+    // Exactly the n units, for ASan and valgrind, and from UTF-16 the
+    // terminator, which its runs may read.
+    std::vector<Src> src(text.begin(), text.end());
+    if (std::is_same_v<Src, char16_t>) src.push_back(0);
     std::vector<Dst> dst(cap + 8, 0x5A), want(units.begin(), units.begin() + wantOut);
     want.resize(dst.size(), 0x5A);
-    const auto [i, o] = run(reinterpret_cast<const S*>(src.data()), src.size(), 0,
+    const auto [i, o] = run(reinterpret_cast<const S*>(src.data()), text.size(), 0,
                             reinterpret_cast<D*>(dst.data()), cap, 0);
     if (i == wantIn && o == wantOut && dst == want) return "";
     return "stopped at " + std::to_string(i) + "/" + std::to_string(o) + " for " +

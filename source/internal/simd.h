@@ -29,9 +29,10 @@ namespace commonhelpers_internal {
 // kind, in order, and returns i and o moved past them (by value: a reference
 // would cost every call a trip through memory). It stops right before the
 // first character that is not of its kind or does not fit; it never reads
-// src[n] or beyond, never writes dst[cap + 1] or beyond, and leaves every unit
-// after the ones it converted as it found it (a level may store past them
-// and put back what was there).
+// past src[n], reads src[n] only from UTF-16 (where n is always the length
+// of the whole text, and src[n] its terminator), never writes dst[cap + 1]
+// or beyond, and leaves every unit after the ones it converted as it found
+// it (a level may store past them and put back what was there).
 struct RunEnd {
   size_t i;
   size_t o;
