@@ -217,8 +217,9 @@ TEST(Kernels, EveryRunTakesAllOfItsKindThatFitsAndStopsRightBeforeTheRest) {
     RunCase<char16_t, char> utf16;
     RunCase<char, char> half;
     const size_t from = round % 3 == 0 ? 4 : 0;  // in a third of the rounds, Chinese text
-    // In a fifth, half a UTF-16 block of ASCII first, so that the block after it is mixed.
-    for (size_t k = round % 5 == 2 ? 16 : 0; k > 0; --k) {
+    // In a fifth, half a UTF-16 block of ASCII first, so that the block after it is mixed; in
+    // another fifth, 64 ASCII characters, whole blocks of ASCII before the others.
+    for (size_t k = round % 5 == 2 ? 16 : round % 5 == 4 ? 64 : 0; k > 0; --k) {
       utf8.Add("a", u"a");
       utf16.Add(u"a", "a");
       half.Add("a", "a");

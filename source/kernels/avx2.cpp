@@ -217,7 +217,7 @@ CH_HELPER void LoadDwords(const void* from, size_t words, __m256i (&v)[2]) {
 CH_HELPER void LoadPart(const uint8_t* from, size_t count, __m256i (&v)[2]) {
   const size_t words = count / 4;
   uint32_t last = 0;
-  if (count >= 4) {
+  if (words > 0) {
     memcpy(&last, from + count - 4, 4);
     last = static_cast<uint32_t>(uint64_t{last} >> (8 * (4 - count % 4)));
   } else {
