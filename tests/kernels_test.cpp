@@ -196,7 +196,7 @@ struct RunCase {
     // Exactly the n units, for ASan and valgrind, and from UTF-16 the
     // terminator, which its runs may read.
     std::vector<Src> src(text.begin(), text.end());
-    if (std::is_same_v<Src, char16_t>) src.push_back(0);
+    if constexpr (std::is_same_v<Src, char16_t>) src.push_back(0);
     std::vector<Dst> dst(cap + 8, 0x5A), want(units.begin(), units.begin() + wantOut);
     want.resize(dst.size(), 0x5A);
     const auto [i, o] = run(reinterpret_cast<const S*>(src.data()), text.size(), 0,

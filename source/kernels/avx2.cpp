@@ -199,15 +199,19 @@ CH_HELPER void Store(const __m256i (&v)[2], void* block) {
   _mm256_storeu_si256(static_cast<__m256i*>(block) + 1, v[1]);
 }
 
+// The index of each dword of v[k] in a block of two registers.
+CH_HELPER __m256i DwordIndex(int k) {
+  return _mm256_setr_epi32(8 * k, 8 * k + 1, 8 * k + 2, 8 * k + 3, 8 * k + 4, 8 * k + 5, 8 * k + 6,
+                           8 * k + 7);
+}
+
 // The first `words` dwords at `from` (16 at most), zero after them, by
 // masked loads, which touch no dword they leave out.
 CH_HELPER void LoadDwords(const void* from, size_t words, __m256i (&v)[2]) {
   for (int k = 0; k < 2; ++k) {
-    const __m256i index = _mm256_setr_epi32(8 * k, 8 * k + 1, 8 * k + 2, 8 * k + 3, 8 * k + 4,
-                                            8 * k + 5, 8 * k + 6, 8 * k + 7);
     v[k] = _mm256_maskload_epi32(
         static_cast<const int*>(from) + 8 * k,
-        _mm256_cmpgt_epi32(_mm256_set1_epi32(static_cast<int>(words)), index));
+        _mm256_cmpgt_epi32(_mm256_set1_epi32(static_cast<int>(words)), DwordIndex(k)));
   }
 }
 
@@ -225,11 +229,9 @@ CH_HELPER void LoadPart(const uint8_t* from, size_t count, __m256i (&v)[2]) {
   }
   LoadDwords(from, words, v);
   for (int k = 0; k < 2; ++k) {
-    const __m256i index = _mm256_setr_epi32(8 * k, 8 * k + 1, 8 * k + 2, 8 * k + 3, 8 * k + 4,
-                                            8 * k + 5, 8 * k + 6, 8 * k + 7);
-    v[k] =
-        _mm256_blendv_epi8(v[k], _mm256_set1_epi32(static_cast<int>(last)),
-                           _mm256_cmpeq_epi32(index, _mm256_set1_epi32(static_cast<int>(words))));
+    v[k] = _mm256_blendv_epi8(
+        v[k], _mm256_set1_epi32(static_cast<int>(last)),
+        _mm256_cmpeq_epi32(DwordIndex(k), _mm256_set1_epi32(static_cast<int>(words))));
   }
 }
 
