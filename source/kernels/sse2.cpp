@@ -1,8 +1,10 @@
 // SSE2 kernels, the x86-64 baseline: blocks of 64 bytes or 32 units in four
-// registers. SSE2 has no byte shuffle, so what a block keeps is moved one
-// unit at a time from a local copy, unless the block keeps all of it or is
-// of one shape: ASCII, or Chinese text (three-byte characters, from UTF-8
-// eight at a time).
+// registers. SSE2 has no byte shuffle, so only blocks of one shape go through
+// the registers: ASCII, and Chinese text (three-byte characters, from UTF-8
+// eight at a time). Any other block, and the last bytes or units of a text
+// (fewer than a block), go one character at a time as the scalar level takes
+// them: moving the units of a mixed block one by one out of the registers
+// costs more than that.
 #include <emmintrin.h>
 
 #include <cstdint>
@@ -38,66 +40,13 @@ CH_HELPER void Load(const uint8_t* block, __m128i (&v)[4]) {
   }
 }
 
-// The first `count` (at most 64) of the ASCII bytes of `v` as units at `to`.
-CH_HELPER void Widen(const __m128i (&v)[4], uint16_t* to, size_t count) {
-  for (size_t at = 0; at < count; at += 8) {
-    const __m128i bytes = v[at / 16];
-    const __m128i units =
-        _mm_unpacklo_epi8(at % 16 == 0 ? bytes : _mm_srli_si128(bytes, 8), _mm_setzero_si128());
-    if (count - at >= 8) {
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(to + at), units);
-    } else {
-      StoreFirst(reinterpret_cast<uint8_t*>(to + at), units, 2 * (count - at));
-    }
-  }
-}
-
-// The byte before each byte of v[k]: of `prev` (the block before) for the
-// first one.
-CH_HELPER __m128i Before1(const __m128i (&v)[4], __m128i prev, int k) {
-  return _mm_or_si128(_mm_slli_si128(v[k], 1), _mm_srli_si128(k == 0 ? prev : v[k - 1], 15));
-}
-
-CH_HELPER Utf8Bytes ClassifyUtf8(const __m128i (&v)[4], __m128i prev, const Utf8Bytes& left) {
-  Utf8Bytes b = left;
+// The 64 ASCII bytes of `v` as units at `to`.
+CH_HELPER void Widen(const __m128i (&v)[4], uint16_t* to) {
   for (int k = 0; k < 4; ++k) {
-    const __m128i x = v[k];
-    const __m128i p1 = Before1(v, prev, k);
-    const __m128i fromA0 =  // 0xA0..0xFF, as signed bytes
-        _mm_and_si128(_mm_cmpgt_epi8(x, Byte(0x9F)), _mm_cmplt_epi8(x, _mm_setzero_si128()));
-    const __m128i high = _mm_and_si128(x, Byte(0xF0));
-    b.nonAscii |= Bits(x, k);
-    b.cont |= Bits(_mm_cmplt_epi8(x, Byte(kLeadsFrom)), k);
-    b.lead3 |= Bits(_mm_cmpeq_epi8(high, Byte(0xE0)), k);
-    b.bad |= Bits(_mm_or_si128(_mm_cmpeq_epi8(high, Byte(0xF0)),
-                               _mm_cmpeq_epi8(_mm_and_si128(x, Byte(0xFE)), Byte(0xC0))),
-                  k);
-    b.outOfRange |= Bits(_mm_or_si128(_mm_andnot_si128(fromA0, _mm_cmpeq_epi8(p1, Byte(0xE0))),
-                                      _mm_and_si128(fromA0, _mm_cmpeq_epi8(p1, Byte(0xED)))),
-                         k);
-  }
-  return b;
-}
-
-// The unit of the character that ends at each byte, from that byte and the
-// two before it (garbage where no character ends).
-CH_HELPER void DecodeUtf8(const __m128i (&v)[4], __m128i prev, uint16_t* units) {
-  const __m128i zero = _mm_setzero_si128();
-  for (int k = 0; k < 4; ++k) {
-    const __m128i x = v[k];
-    const __m128i p1 = Before1(v, prev, k);
-    const __m128i p2 = _mm_or_si128(_mm_slli_si128(x, 2), _mm_srli_si128(prev, 14));
-    const __m128i nonAscii = _mm_cmplt_epi8(x, zero);
-    const __m128i lo = _mm_or_si128(_mm_and_si128(x, Byte(0x3F)),
-                                    _mm_and_si128(_mm_slli_epi16(p1, 6), Byte(0xC0)));
-    const __m128i third = _mm_and_si128(_mm_cmplt_epi8(p1, Byte(kLeadsFrom)),
-                                        _mm_and_si128(_mm_slli_epi16(p2, 4), Byte(0xF0)));
-    const __m128i hi = _mm_and_si128(
-        nonAscii, _mm_or_si128(_mm_and_si128(_mm_srli_epi16(p1, 2), Byte(0x0F)), third));
-    const __m128i low = _mm_or_si128(_mm_and_si128(nonAscii, lo), _mm_andnot_si128(nonAscii, x));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(units + 16 * k), _mm_unpacklo_epi8(low, hi));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(units + 16 * k + 8), _mm_unpackhi_epi8(low, hi));
-    prev = x;
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to + 16 * k),
+                     _mm_unpacklo_epi8(v[k], _mm_setzero_si128()));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to + 16 * k + 8),
+                     _mm_unpackhi_epi8(v[k], _mm_setzero_si128()));
   }
 }
 
@@ -162,111 +111,31 @@ CH_TARGET size_t Sse2ThreeByteGroups(const uint8_t* src, size_t n, uint16_t* dst
 
 CH_TARGET RunEnd Sse2Utf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* dst, size_t cap,
                               size_t o) {
-  uint8_t pad[kBytes];
-  Utf8Bytes left = {};
-  __m128i prev = _mm_setzero_si128();
-  while (i < n) {
+  while (n - i >= kBytes) {
     __m128i v[4];
-    Load(BlockAt(src, n, i, pad), v);
-    left.len = Smaller(n - i, kBytes);
-    const bool ascii =
-        left.claimed == 0 &&
-        _mm_movemask_epi8(_mm_or_si128(_mm_or_si128(v[0], v[1]), _mm_or_si128(v[2], v[3]))) == 0;
-    if (ascii && left.len == kBytes && cap - o >= kBytes) {  // 64 ASCII bytes
-      Widen(v, dst + o, kBytes);
+    Load(src + i, v);
+    if (_mm_movemask_epi8(_mm_or_si128(_mm_or_si128(v[0], v[1]), _mm_or_si128(v[2], v[3]))) == 0) {
+      if (cap - o < kBytes) break;
+      Widen(v, dst + o);
       i += kBytes;
       o += kBytes;
-      prev = v[3];
       continue;
     }
-    if (ascii) {  // the text's last bytes, or the room's: what fits, and the run ends
-      const size_t take = Smaller(left.len, cap - o);
-      Widen(v, dst + o, take);
-      i += take;
-      o += take;
-      break;
-    }
-    // Chinese text, from the first character not taken yet. The next block
-    // starts at a character, so needs no bytes before it.
-    const size_t start = i - left.open;
-    const size_t taken = ChineseGroups(src + start, n - start, dst + o, cap - o);
+    const size_t taken = ChineseGroups(src + i, n - i, dst + o, cap - o);
     if (taken != 0) {
-      i = start + 3 * taken;
+      i += 3 * taken;
       o += taken;
-      left = Utf8Bytes{};
-      prev = _mm_setzero_si128();
       continue;
     }
-    left.atEnd = n - i == left.len;
-    const Utf8Bytes b = ClassifyUtf8(v, prev, left);
-    const Utf8Plan plan = PlanUtf8(b, cap - o);
-    uint16_t units[kBytes];
-    DecodeUtf8(v, prev, units);
-    uint16_t* out = dst + o;
-    for (uint64_t ends = plan.ends; ends != 0; ends &= ends - 1) {
-      *out++ = units[__builtin_ctzll(ends)];
-    }
-    o += plan.count;
-    if (plan.stop) {
-      i = i - b.open + plan.resume;
-      break;
-    }
-    i += b.len;
-    left = plan.next;
-    prev = v[3];
+    // The characters that start in the block; where the scalar level stops
+    // before the block's end, so does the run.
+    const size_t end = i + kBytes;
+    const RunEnd step = kScalarKernels.utf8To16(src, Smaller(n, end + kAhead), i, dst, cap, o);
+    if (step.i < end) return step;
+    i = step.i;
+    o = step.o;
   }
-  return {i, o};
-}
-
-CH_HELPER Utf16Units ClassifyUtf16(const __m128i (&v)[4], size_t len) {
-  Utf16Units u = {0, 0, 0, len};
-  const __m128i zero = _mm_setzero_si128();
-  for (int k = 0; k < 4; ++k) {
-    const __m128i x = v[k];
-    const __m128i top = _mm_and_si128(x, _mm_set1_epi16(static_cast<short>(0xF800)));
-    const __m128i one =
-        _mm_cmpeq_epi16(_mm_and_si128(x, _mm_set1_epi16(static_cast<short>(0xFF80))), zero);
-    const __m128i two = _mm_cmpeq_epi16(top, zero);
-    const __m128i surrogate = _mm_cmpeq_epi16(top, _mm_set1_epi16(static_cast<short>(0xD800)));
-    const uint64_t shift = 8 * static_cast<uint64_t>(k);
-    u.twoOrMore |= uint64_t{static_cast<uint8_t>(~_mm_movemask_epi8(_mm_packs_epi16(one, one)))}
-                   << shift;
-    u.three |= uint64_t{static_cast<uint8_t>(~_mm_movemask_epi8(_mm_packs_epi16(two, two)))}
-               << shift;
-    u.surrogate |=
-        uint64_t{static_cast<uint8_t>(_mm_movemask_epi8(_mm_packs_epi16(surrogate, surrogate)))}
-        << shift;
-  }
-  u.twoOrMore &= Below(len);
-  u.three &= Below(len);
-  return u;
-}
-
-// Each unit's UTF-8 form in a 32-bit lane, first byte lowest, unused bytes 0.
-CH_HELPER void EncodeUtf16(const __m128i (&v)[4], uint32_t* lanes) {
-  const __m128i zero = _mm_setzero_si128();
-  for (int k = 0; k < 4; ++k) {
-    const __m128i u = v[k];
-    const __m128i one =
-        _mm_cmpeq_epi16(_mm_and_si128(u, _mm_set1_epi16(static_cast<short>(0xFF80))), zero);
-    const __m128i two =
-        _mm_cmpeq_epi16(_mm_and_si128(u, _mm_set1_epi16(static_cast<short>(0xF800))), zero);
-    const __m128i last = _mm_or_si128(_mm_and_si128(u, _mm_set1_epi16(0x3F)), _mm_set1_epi16(0x80));
-    const __m128i twoBytes = _mm_or_si128(_mm_srli_epi16(u, 6), _mm_slli_epi16(last, 8));
-    const __m128i threeBytes = _mm_or_si128(
-        _mm_or_si128(_mm_srli_epi16(u, 12), _mm_set1_epi16(static_cast<short>(0x80E0))),
-        _mm_slli_epi16(_mm_and_si128(u, _mm_set1_epi16(0x0FC0)), 2));
-    const __m128i firstTwo = _mm_or_si128(
-        _mm_and_si128(one, u),
-        _mm_andnot_si128(
-            one, _mm_or_si128(_mm_and_si128(two, _mm_or_si128(twoBytes, _mm_set1_epi16(0xC0))),
-                              _mm_andnot_si128(two, threeBytes))));
-    const __m128i third = _mm_andnot_si128(two, last);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(lanes + 8 * k),
-                     _mm_unpacklo_epi16(firstTwo, third));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(lanes + 8 * k + 4),
-                     _mm_unpackhi_epi16(firstTwo, third));
-  }
+  return kScalarKernels.utf8To16(src, n, i, dst, cap, o);
 }
 
 // The eight units of `units`, none below U+0800 and no surrogate, as the 24
@@ -297,32 +166,21 @@ CH_HELPER void ThreeByteForms(__m128i units, uint8_t* to) {
 
 CH_TARGET RunEnd Sse2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* dst, size_t cap,
                               size_t o) {
-  uint16_t pad[kUnits];
-  while (i < n) {
+  while (n - i >= kUnits) {
     __m128i v[4];
-    Load(reinterpret_cast<const uint8_t*>(BlockAt(src, n, i, pad)), v);
-    const size_t len = Smaller(n - i, kUnits);
+    Load(reinterpret_cast<const uint8_t*>(src + i), v);
     const __m128i any = _mm_or_si128(_mm_or_si128(v[0], v[1]), _mm_or_si128(v[2], v[3]));
-    const bool ascii = _mm_movemask_epi8(_mm_cmpeq_epi16(_mm_subs_epu16(any, _mm_set1_epi16(0x7F)),
-                                                         _mm_setzero_si128())) == 0xFFFF;
-    if (ascii && len == kUnits && cap - o >= kUnits) {  // 32 ASCII units
+    if (_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_subs_epu16(any, _mm_set1_epi16(0x7F)),
+                                          _mm_setzero_si128())) == 0xFFFF) {  // ASCII units
+      if (cap - o < kUnits) break;
       _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o), _mm_packus_epi16(v[0], v[1]));
       _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + 16), _mm_packus_epi16(v[2], v[3]));
       i += kUnits;
       o += kUnits;
       continue;
     }
-    if (ascii) {  // the text's last units, or the room's: what fits, and the run ends
-      const size_t take = Smaller(len, cap - o);  // fewer than kUnits: a whole block went above
-      const __m128i bytes[] = {_mm_packus_epi16(v[0], v[1]), _mm_packus_epi16(v[2], v[3])};
-      if (take >= 16) _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o), bytes[0]);
-      StoreFirst(dst + o + (take & 16), bytes[take / 16], take & 15);
-      i += take;
-      o += take;
-      break;
-    }
     // The registers of eight three-byte units from the block's start
-    // (Chinese text), of those the text fills.
+    // (Chinese text).
     unsigned threes = 0;
     for (int k = 0; k < 4; ++k) {
       const __m128i top = _mm_and_si128(v[k], _mm_set1_epi16(static_cast<short>(0xF800)));
@@ -331,33 +189,22 @@ CH_TARGET RunEnd Sse2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* 
           _mm_cmpeq_epi16(top, _mm_set1_epi16(static_cast<short>(0xD800))));
       threes |= unsigned{_mm_movemask_epi8(notThree) == 0} << k;
     }
-    const size_t whole = static_cast<size_t>(__builtin_ctz(~threes));
-    const size_t registers = Smaller(whole, len / 8);
+    const size_t registers = static_cast<size_t>(__builtin_ctz(~threes));
     if (registers > 0 && cap - o >= 24 * registers) {
       for (size_t k = 0; k < registers; ++k) ThreeByteForms(v[k], dst + o + 24 * k);
       i += 8 * registers;
       o += 24 * registers;
       continue;
     }
-    const Utf16Units units = ClassifyUtf16(v, len);
-    const Utf16Plan plan = PlanUtf16(units, cap - o);
-    uint32_t lanes[kUnits];
-    uint8_t bytes[3 * kUnits + 1];
-    EncodeUtf16(v, lanes);
-    size_t cb = 0;
-    for (size_t k = 0; k < plan.count; ++k) {
-      memcpy(bytes + cb, &lanes[k], 4);
-      cb += 1 + ((units.twoOrMore >> k) & 1) + ((units.three >> k) & 1);
-    }
-    memcpy(dst + o, bytes, plan.bytes);
-    o += plan.bytes;
-    if (plan.stop) {
-      i += plan.count;
-      break;
-    }
-    i += len;
+    // The block's units; where the scalar level stops before the block's
+    // end, so does the run.
+    const size_t end = i + kUnits;
+    const RunEnd step = kScalarKernels.utf16To8(src, end, i, dst, cap, o);
+    if (step.i < end) return step;
+    i = step.i;
+    o = step.o;
   }
-  return {i, o};
+  return kScalarKernels.utf16To8(src, n, i, dst, cap, o);
 }
 
 CH_TARGET void Sse2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* out, size_t& ro) {
