@@ -135,7 +135,9 @@ CH_TARGET RunEnd Sse2Utf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* 
     i = step.i;
     o = step.o;
   }
-  return kScalarKernels.utf8To16(src, n, i, dst, cap, o);
+  // The last bytes (fewer than a block): Chinese text's groups first.
+  const size_t taken = ChineseGroups(src + i, n - i, dst + o, cap - o);
+  return kScalarKernels.utf8To16(src, n, i + 3 * taken, dst, cap, o + taken);
 }
 
 // The eight units of `units`, none below U+0800 and no surrogate, as the 24
@@ -164,45 +166,64 @@ CH_HELPER void ThreeByteForms(__m128i units, uint8_t* to) {
   memcpy(to + 18, &pairs[3], 6);
 }
 
+// Whether the eight units of `units` are all ASCII.
+CH_HELPER bool AllAscii(__m128i units) {
+  return _mm_movemask_epi8(_mm_cmpeq_epi16(_mm_subs_epu16(units, _mm_set1_epi16(0x7F)),
+                                           _mm_setzero_si128())) == 0xFFFF;
+}
+
+// Whether the eight units of `units` are all of three UTF-8 bytes: none
+// below U+0800 and no surrogate.
+CH_HELPER bool AllThreeBytes(__m128i units) {
+  const __m128i top = _mm_and_si128(units, _mm_set1_epi16(static_cast<short>(0xF800)));
+  return _mm_movemask_epi8(
+             _mm_or_si128(_mm_cmpeq_epi16(top, _mm_setzero_si128()),
+                          _mm_cmpeq_epi16(top, _mm_set1_epi16(static_cast<short>(0xD800))))) == 0;
+}
+
+// Eight units `units`, if all are ASCII or all of three bytes and their
+// bytes fit, at `dst + o`; false, with nothing written, otherwise.
+CH_HELPER bool EightUnits(__m128i units, uint8_t* dst, size_t cap, size_t& o) {
+  if (AllAscii(units) && cap - o >= 8) {
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(dst + o), _mm_packus_epi16(units, units));
+    o += 8;
+    return true;
+  }
+  if (AllThreeBytes(units) && cap - o >= 24) {
+    ThreeByteForms(units, dst + o);
+    o += 24;
+    return true;
+  }
+  return false;
+}
+
 CH_TARGET RunEnd Sse2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* dst, size_t cap,
                               size_t o) {
   while (n - i >= kUnits) {
     __m128i v[4];
     Load(reinterpret_cast<const uint8_t*>(src + i), v);
-    const __m128i any = _mm_or_si128(_mm_or_si128(v[0], v[1]), _mm_or_si128(v[2], v[3]));
-    if (_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_subs_epu16(any, _mm_set1_epi16(0x7F)),
-                                          _mm_setzero_si128())) == 0xFFFF) {  // ASCII units
-      if (cap - o < kUnits) break;
+    if (AllAscii(_mm_or_si128(_mm_or_si128(v[0], v[1]), _mm_or_si128(v[2], v[3]))) &&
+        cap - o >= kUnits) {
       _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o), _mm_packus_epi16(v[0], v[1]));
       _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + 16), _mm_packus_epi16(v[2], v[3]));
       i += kUnits;
       o += kUnits;
       continue;
     }
-    // The registers of eight three-byte units from the block's start
-    // (Chinese text).
-    unsigned threes = 0;
-    for (int k = 0; k < 4; ++k) {
-      const __m128i top = _mm_and_si128(v[k], _mm_set1_epi16(static_cast<short>(0xF800)));
-      const __m128i notThree = _mm_or_si128(  // below U+0800, or a surrogate
-          _mm_cmpeq_epi16(top, _mm_setzero_si128()),
-          _mm_cmpeq_epi16(top, _mm_set1_epi16(static_cast<short>(0xD800))));
-      threes |= unsigned{_mm_movemask_epi8(notThree) == 0} << k;
+    // Eight units at a time; where the scalar level stops before the end of
+    // eight others, so does the run.
+    for (int k = 0; k < 4; ++k, i += 8) {
+      if (!EightUnits(v[k], dst, cap, o)) {
+        const RunEnd step = kScalarKernels.utf16To8(src, i + 8, i, dst, cap, o);
+        if (step.i < i + 8) return step;
+        o = step.o;
+      }
     }
-    const size_t registers = static_cast<size_t>(__builtin_ctz(~threes));
-    if (registers > 0 && cap - o >= 24 * registers) {
-      for (size_t k = 0; k < registers; ++k) ThreeByteForms(v[k], dst + o + 24 * k);
-      i += 8 * registers;
-      o += 24 * registers;
-      continue;
-    }
-    // The block's units; where the scalar level stops before the block's
-    // end, so does the run.
-    const size_t end = i + kUnits;
-    const RunEnd step = kScalarKernels.utf16To8(src, end, i, dst, cap, o);
-    if (step.i < end) return step;
-    i = step.i;
-    o = step.o;
+  }
+  // The last units (fewer than a block).
+  while (n - i >= 8 &&
+         EightUnits(_mm_loadu_si128(reinterpret_cast<const __m128i*>(src + i)), dst, cap, o)) {
+    i += 8;
   }
   return kScalarKernels.utf16To8(src, n, i, dst, cap, o);
 }
