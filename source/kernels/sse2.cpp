@@ -1,10 +1,11 @@
 // SSE2 kernels, the x86-64 baseline: blocks of 64 bytes or 32 units in four
-// registers. SSE2 has no byte shuffle, so only blocks of one shape go through
-// the registers: ASCII, and Chinese text (three-byte characters, from UTF-8
-// eight at a time). Any other block, and the last bytes or units of a text
-// (fewer than a block), go one character at a time as the scalar level takes
-// them: moving the units of a mixed block one by one out of the registers
-// costs more than that.
+// registers. SSE2 has no byte shuffle, so only text of one shape goes
+// through the registers: ASCII, and Chinese text (three-byte characters,
+// eight at a time: 24 bytes of UTF-8, a register of UTF-16). Anything else
+// goes one character at a time as the scalar level takes it (the characters
+// that start in a block of UTF-8, the eight units of a register of UTF-16):
+// moving the units of a mixed block one by one out of the registers costs
+// more than that.
 #include <emmintrin.h>
 
 #include <cstdint>
