@@ -14,24 +14,36 @@
 #include <cstdint>
 #include <cstring>
 
+// Everything here is inlined into the run that calls it, even in a build
+// without optimization: the AVX-512 runs are not instrumented by
+// AddressSanitizer, and an instrumented helper reading their locals through a
+// reference would check them against shadow memory that those runs never
+// set, which earlier instrumented frames at the same depth may have left
+// marked as out of scope.
+#define CH_PLAN __attribute__((always_inline)) inline
+
 namespace commonhelpers_internal {
 
 // The positions below `count` (count <= 64).
-constexpr uint64_t Below(size_t count) { return count < 64 ? (uint64_t{1} << count) - 1 : ~0ull; }
+CH_PLAN constexpr uint64_t Below(size_t count) {
+  return count < 64 ? (uint64_t{1} << count) - 1 : ~0ull;
+}
 
 // The smaller of two sizes, by value: with std::min's reference GCC 12 kept a
 // block's length in memory in one of the UTF-16 loops, a third slower.
-constexpr size_t Smaller(size_t a, size_t b) { return a < b ? a : b; }
+CH_PLAN constexpr size_t Smaller(size_t a, size_t b) { return a < b ? a : b; }
 
 // What is left of `size` after its first `skip` (nothing when it is shorter).
-constexpr size_t Remaining(size_t size, size_t skip) { return size < skip ? 0 : size - skip; }
+CH_PLAN constexpr size_t Remaining(size_t size, size_t skip) {
+  return size < skip ? 0 : size - skip;
+}
 
-constexpr size_t CountOnes(uint64_t bits) {
+CH_PLAN constexpr size_t CountOnes(uint64_t bits) {
   return static_cast<size_t>(__builtin_popcountll(bits));
 }
 
 // The lowest `count` set bits of `bits` (all of them when it has fewer).
-inline uint64_t LowestOnes(uint64_t bits, size_t count) {
+CH_PLAN uint64_t LowestOnes(uint64_t bits, size_t count) {
   uint64_t kept = 0;
   for (size_t k = 0; k < count && bits != 0; ++k) {
     kept |= bits & (0 - bits);
@@ -90,7 +102,7 @@ struct Utf8Plan {
 // a lead whose claim is not met, a continuation byte nobody claims, a bad
 // byte, or the lead of an out-of-range second byte (or, with no unclaimed
 // byte before the fault, at the character left open before the block).
-inline Utf8Plan PlanUtf8(const Utf8Bytes& b, size_t room) {
+CH_PLAN Utf8Plan PlanUtf8(const Utf8Bytes& b, size_t room) {
   const uint64_t leads = b.nonAscii & ~b.cont;
   const uint64_t claimed = (leads << 1) | (b.lead3 << 2) | b.claimed;
   const uint64_t claims64 = ((leads >> 63) | (b.lead3 >> 62)) & 1;
@@ -137,11 +149,11 @@ struct Utf16Plan {
   bool stop;
 };
 
-inline size_t Utf8Bytes16(const Utf16Units& u, size_t count) {
+CH_PLAN size_t Utf8Bytes16(const Utf16Units& u, size_t count) {
   return count + CountOnes(u.twoOrMore & Below(count)) + CountOnes(u.three & Below(count));
 }
 
-inline Utf16Plan PlanUtf16(const Utf16Units& u, size_t room) {
+CH_PLAN Utf16Plan PlanUtf16(const Utf16Units& u, size_t room) {
   size_t count = u.len;
   bool stop = false;
   if (u.surrogate != 0) {
@@ -195,7 +207,7 @@ struct HalfWidthPlan {
 constexpr size_t kAhead = 2;
 
 // The next block of fullToHalf's input, `left` bytes before the text's end.
-inline void StartHalfWidthBlock(HalfWidthBytes& b, size_t left) {
+CH_PLAN void StartHalfWidthBlock(HalfWidthBytes& b, size_t left) {
   b.len = Smaller(left, 64);
   b.atEnd = left == b.len;
   b.ahead = left - b.len >= kAhead;
@@ -203,12 +215,12 @@ inline void StartHalfWidthBlock(HalfWidthBytes& b, size_t left) {
 
 // The leads of a block that have another lead among their next two bytes,
 // `leadsAhead` telling which of the two bytes after it are leads.
-constexpr uint64_t LeadsOverLeads(uint64_t leads, uint64_t leadsAhead) {
+CH_PLAN constexpr uint64_t LeadsOverLeads(uint64_t leads, uint64_t leadsAhead) {
   return leads & ((leads >> 1) | (leads >> 2) | ((leadsAhead & 1) << 62) |
                   (uint64_t{leadsAhead != 0} << 63));
 }
 
-inline uint64_t LeadsOverLeads(const HalfWidthBytes& b, uint64_t leads) {
+CH_PLAN uint64_t LeadsOverLeads(const HalfWidthBytes& b, uint64_t leads) {
   return LeadsOverLeads(leads, b.ahead ? b.leadsAhead : 0);
 }
 
@@ -216,11 +228,11 @@ inline uint64_t LeadsOverLeads(const HalfWidthBytes& b, uint64_t leads) {
 // unit changes, none holds another lead, and none of the previous block's
 // bytes are to be dropped. The next block then starts afresh, as the bytes
 // of a unit open at the end need no more than to stay.
-inline bool Unchanged(const HalfWidthBytes& b) {
+CH_PLAN bool Unchanged(const HalfWidthBytes& b) {
   return b.len == 64 && b.ahead && !b.dropSkip && b.changes == 0 && LeadsOverLeads(b, b.leads) == 0;
 }
 
-inline HalfWidthPlan PlanHalfWidth(const HalfWidthBytes& b) {
+CH_PLAN HalfWidthPlan PlanHalfWidth(const HalfWidthBytes& b) {
   const uint64_t leads = b.leads & ~Below(b.skip);
   const uint64_t lastTwo = ~Below(Remaining(b.len, kAhead)) & Below(b.len);
   const uint64_t odd = LeadsOverLeads(b, leads) | (b.atEnd ? leads & lastTwo : 0);
@@ -242,7 +254,7 @@ inline HalfWidthPlan PlanHalfWidth(const HalfWidthBytes& b) {
 
 // Moves `i` past what `plan` took of block `b` and carries what the next
 // block starts with; false where the run stops.
-inline bool AfterHalfWidthPlan(const HalfWidthPlan& plan, HalfWidthBytes& b, size_t& i) {
+CH_PLAN bool AfterHalfWidthPlan(const HalfWidthPlan& plan, HalfWidthBytes& b, size_t& i) {
   if (plan.consumed != b.len) {
     i += plan.consumed;
     b.skip = 0;
