@@ -600,18 +600,21 @@ CH_HELPER void EncodeUtf16(__m256i u, __m256i& first, __m256i& second) {
 
 // Packs the forms of each 4-unit lane of `first` and `second` (in the order
 // of EncodeUtf16) by its row of PackForms, byte j of `rows` for lane j, and
-// stores the groups in order into `out` at their starts `at`, each store
-// covered by the next.
+// stores the groups in order into `out` at their starts, byte j of `starts`
+// for lane j, each store covered by the next.
 CH_HELPER void PackForms(__m256i first, __m256i second, uint32_t rows, uint8_t* out,
-                         const size_t* at) {
+                         uint32_t starts) {
   const __m256i even = _mm256_shuffle_epi8(
       first, Rows(kPackForms.rows[rows & 0xFF], kPackForms.rows[(rows >> 16) & 0xFF]));
   const __m256i odd = _mm256_shuffle_epi8(
       second, Rows(kPackForms.rows[(rows >> 8) & 0xFF], kPackForms.rows[rows >> 24]));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at[0]), _mm256_castsi256_si128(even));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at[1]), _mm256_castsi256_si128(odd));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at[2]), _mm256_extracti128_si256(even, 1));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at[3]), _mm256_extracti128_si256(odd, 1));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + (starts & 0xFF)), _mm256_castsi256_si128(even));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + ((starts >> 8) & 0xFF)),
+                   _mm256_castsi256_si128(odd));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + ((starts >> 16) & 0xFF)),
+                   _mm256_extracti128_si256(even, 1));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + (starts >> 24)),
+                   _mm256_extracti128_si256(odd, 1));
 }
 
 // The 16 units of `units`, none below U+0800 and no surrogate, as the 48
@@ -712,18 +715,17 @@ CH_TARGET RunEnd Avx2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* 
     const uint64_t rows = NibbleBytes(static_cast<uint32_t>(units.twoOrMore)) |
                           NibbleBytes(static_cast<uint32_t>(units.three)) << 4;
     const uint64_t starts = (0x0404040404040404 + BitsPerByte(rows)) * 0x0101010101010100;
-    size_t at[8];
-    for (size_t g = 0; g < 8; ++g) at[g] = (starts >> (8 * g)) & 0xFF;
     // A half of 16 ASCII units (or of fewer, zeros after them) is stored
     // as it is.
     for (int k = 0; 16 * static_cast<size_t>(k) < len; ++k) {
+      const uint32_t half = static_cast<uint32_t>(starts >> (32 * k));
       if (_mm256_testz_si256(nonAscii[k], nonAscii[k])) {
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes + at[4 * k]),
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes + (half & 0xFF)),
                          k == 0 ? _mm256_castsi256_si128(low) : _mm256_extracti128_si256(low, 1));
       } else {
         __m256i first, second;
         EncodeUtf16(v[k], first, second);
-        PackForms(first, second, static_cast<uint32_t>(rows >> (32 * k)), bytes, at + 4 * k);
+        PackForms(first, second, static_cast<uint32_t>(rows >> (32 * k)), bytes, half);
       }
     }
     if (inPlace) {
