@@ -201,6 +201,9 @@ CH_RUN size_t Avx512ThreeByteGroups(const uint8_t* src, size_t n, uint16_t* dst,
   return o;
 }
 
+// The run from UTF-8 past its first whole blocks of ASCII (see
+// Avx512Utf8To16): every kind of block. Kept out of line, so that its setup
+// stays out of the path that ends with those blocks.
 __attribute__((noinline)) CH_RUN RunEnd Utf8Blocks(const uint8_t* src, size_t n, size_t i,
                                                    uint16_t* dst, size_t cap, size_t o) {
   Utf8Bytes b = {};
