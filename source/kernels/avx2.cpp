@@ -372,6 +372,23 @@ CH_HELPER void WidenFirst(const __m256i (&v)[2], uint16_t* to, size_t count) {
   }
 }
 
+// The first `count` bytes of a block's output at `from` (a local buffer of
+// at least 32 bytes) at `to`, and nothing past them: 32 bytes at a time, the
+// last 32 overlapping the ones before, or fewer than 32 at once.
+CH_HELPER void CopyOut(uint8_t* to, const uint8_t* from, size_t count) {
+  if (count < sizeof(__m256i)) {
+    StoreFirst(to, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from)), count);
+    return;
+  }
+  for (size_t k = 0; k + sizeof(__m256i) < count; k += sizeof(__m256i)) {
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + k),
+                        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + k)));
+  }
+  const size_t last = count - sizeof(__m256i);
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + last),
+                      _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + last)));
+}
+
 // Two rows of a shuffle table, one per 128-bit lane.
 CH_HELPER __m256i Rows(const uint8_t* lane0, const uint8_t* lane1) {
   return _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(lane1),
@@ -545,44 +562,43 @@ CH_HELPER uint64_t UnitBits(__m256i first, __m256i second) {
   return static_cast<uint32_t>(_mm256_movemask_epi8(packed));
 }
 
-CH_HELPER Utf16Units ClassifyUtf16(const __m256i (&v)[2], size_t len) {
+// All ones in the units of a register below 0x80 (`ascii`), below 0x800
+// (`belowThree`), and in its surrogates.
+struct UnitKinds {
+  __m256i ascii;
+  __m256i belowThree;
+  __m256i surrogate;
+};
+
+CH_HELPER UnitKinds KindsOf(__m256i u) {
   const __m256i zero = _mm256_setzero_si256();
-  const __m256i topBits = _mm256_set1_epi16(static_cast<short>(0xF800));
-  const __m256i highBits = _mm256_set1_epi16(static_cast<short>(0xFF80));
-  const __m256i surrogate = _mm256_set1_epi16(static_cast<short>(0xD800));
-  const uint64_t one = UnitBits(_mm256_cmpeq_epi16(_mm256_and_si256(v[0], highBits), zero),
-                                _mm256_cmpeq_epi16(_mm256_and_si256(v[1], highBits), zero));
-  const uint64_t upToTwo = UnitBits(_mm256_cmpeq_epi16(_mm256_and_si256(v[0], topBits), zero),
-                                    _mm256_cmpeq_epi16(_mm256_and_si256(v[1], topBits), zero));
-  return {~one & Below(len), ~upToTwo & Below(len),
-          UnitBits(_mm256_cmpeq_epi16(_mm256_and_si256(v[0], topBits), surrogate),
-                   _mm256_cmpeq_epi16(_mm256_and_si256(v[1], topBits), surrogate)),
-          len};
+  const __m256i top = _mm256_and_si256(u, _mm256_set1_epi16(static_cast<short>(0xF800)));
+  return {
+      _mm256_cmpeq_epi16(_mm256_and_si256(u, _mm256_set1_epi16(static_cast<short>(0xFF80))), zero),
+      _mm256_cmpeq_epi16(top, zero),
+      _mm256_cmpeq_epi16(top, _mm256_set1_epi16(static_cast<short>(0xD800)))};
 }
 
-// Nibble g of `bits` in the low half of byte g.
-inline uint64_t NibbleBytes(uint32_t bits) {
-  uint64_t spread = bits;
-  spread = (spread | spread << 16) & 0x0000FFFF0000FFFF;
-  spread = (spread | spread << 8) & 0x00FF00FF00FF00FF;
-  return (spread | spread << 4) & 0x0F0F0F0F0F0F0F0F;
+CH_HELPER Utf16Units ClassifyUtf16(const UnitKinds (&kinds)[2], size_t len) {
+  return {~UnitBits(kinds[0].ascii, kinds[1].ascii) & Below(len),
+          ~UnitBits(kinds[0].belowThree, kinds[1].belowThree) & Below(len),
+          UnitBits(kinds[0].surrogate, kinds[1].surrogate), len};
 }
 
-// The number of bits set in each byte of `x`, in that byte.
-inline uint64_t BitsPerByte(uint64_t x) {
-  x -= (x >> 1) & 0x5555555555555555;
-  x = (x & 0x3333333333333333) + ((x >> 2) & 0x3333333333333333);
-  return (x + (x >> 4)) & 0x0F0F0F0F0F0F0F0F;
+// The rows of PackForms for the four groups of four units of a register,
+// byte j for units 4j to 4j + 3: packs puts each 128-bit lane's eight ASCII
+// flags before its eight flags below 0x800, and the shuffle interleaves them
+// four by four.
+CH_HELPER uint32_t FormRows(const UnitKinds& kinds) {
+  const __m256i order = _mm256_setr_epi8(0, 1, 2, 3, 8, 9, 10, 11, 4, 5, 6, 7, 12, 13, 14, 15, 0, 1,
+                                         2, 3, 8, 9, 10, 11, 4, 5, 6, 7, 12, 13, 14, 15);
+  return ~static_cast<uint32_t>(_mm256_movemask_epi8(
+      _mm256_shuffle_epi8(_mm256_packs_epi16(kinds.ascii, kinds.belowThree), order)));
 }
 
 // Each unit's UTF-8 form in a 32-bit lane, first byte lowest, unused bytes
 // 0: lanes of units 0-3 and 8-11 in `first`, 4-7 and 12-15 in `second`.
-CH_HELPER void EncodeUtf16(__m256i u, __m256i& first, __m256i& second) {
-  const __m256i zero = _mm256_setzero_si256();
-  const __m256i one =
-      _mm256_cmpeq_epi16(_mm256_and_si256(u, _mm256_set1_epi16(static_cast<short>(0xFF80))), zero);
-  const __m256i two =
-      _mm256_cmpeq_epi16(_mm256_and_si256(u, _mm256_set1_epi16(static_cast<short>(0xF800))), zero);
+CH_HELPER void EncodeUtf16(__m256i u, const UnitKinds& kinds, __m256i& first, __m256i& second) {
   const __m256i last =
       _mm256_or_si256(_mm256_and_si256(u, _mm256_set1_epi16(0x3F)), _mm256_set1_epi16(0x80));
   const __m256i twoBytes =
@@ -591,30 +607,36 @@ CH_HELPER void EncodeUtf16(__m256i u, __m256i& first, __m256i& second) {
   const __m256i threeBytes = _mm256_or_si256(
       _mm256_or_si256(_mm256_srli_epi16(u, 12), _mm256_set1_epi16(static_cast<short>(0x80E0))),
       _mm256_slli_epi16(_mm256_and_si256(u, _mm256_set1_epi16(0x0FC0)), 2));
-  const __m256i firstTwo =
-      _mm256_blendv_epi8(_mm256_blendv_epi8(threeBytes, twoBytes, two), u, one);
-  const __m256i third = _mm256_andnot_si256(two, last);
+  const __m256i firstTwo = _mm256_blendv_epi8(
+      _mm256_blendv_epi8(threeBytes, twoBytes, kinds.belowThree), u, kinds.ascii);
+  const __m256i third = _mm256_andnot_si256(kinds.belowThree, last);
   first = _mm256_unpacklo_epi16(firstTwo, third);
   second = _mm256_unpackhi_epi16(firstTwo, third);
 }
 
 // Packs the forms of each 4-unit lane of `first` and `second` (in the order
-// of EncodeUtf16) by its row of PackForms, byte j of `rows` for lane j, and
-// stores the groups in order into `out` at their starts, byte j of `starts`
-// for lane j, each store covered by the next.
-CH_HELPER void PackForms(__m256i first, __m256i second, uint32_t rows, uint8_t* out,
-                         uint32_t starts) {
+// of EncodeUtf16) by its row of PackForms, byte j of `rows` for lane j,
+// stores the first three groups in order from `out` on, each store covered
+// by the next, and returns the last group's forms, which start at
+// LastFormsAt(rows).
+CH_HELPER __m128i PackForms(__m256i first, __m256i second, uint32_t rows, uint8_t* out) {
   const __m256i even = _mm256_shuffle_epi8(
       first, Rows(kPackForms.rows[rows & 0xFF], kPackForms.rows[(rows >> 16) & 0xFF]));
   const __m256i odd = _mm256_shuffle_epi8(
       second, Rows(kPackForms.rows[(rows >> 8) & 0xFF], kPackForms.rows[rows >> 24]));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + (starts & 0xFF)), _mm256_castsi256_si128(even));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + ((starts >> 8) & 0xFF)),
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm256_castsi256_si128(even));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 4 + CountOnes(rows & 0xFF)),
                    _mm256_castsi256_si128(odd));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + ((starts >> 16) & 0xFF)),
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 8 + CountOnes(rows & 0xFFFF)),
                    _mm256_extracti128_si256(even, 1));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + (starts >> 24)),
-                   _mm256_extracti128_si256(odd, 1));
+  return _mm256_extracti128_si256(odd, 1);
+}
+
+CH_HELPER size_t LastFormsAt(uint32_t rows) { return 12 + CountOnes(rows & 0xFFFFFF); }
+
+// Where the last store of StoreForms goes for a block of more than 16 units.
+CH_HELPER size_t LastStoreAt(const uint32_t (&rows)[2]) {
+  return kHalfUnits + CountOnes(rows[0]) + (rows[1] == 0 ? 0 : LastFormsAt(rows[1]));
 }
 
 // The 16 units of `units`, none below U+0800 and no surrogate, as the 48
@@ -643,6 +665,65 @@ CH_HELPER void ThreeByteForms(__m256i units, uint8_t* out, size_t from, size_t e
       StoreFirst(out + at, pieces[p], end - at);
     }
   }
+}
+
+// The forms of a block of units that are not all ASCII nor all of three
+// bytes, `len` of them (zeros after them), whose first half has a unit that
+// is not ASCII: stored from `out` on, each store covered by the next, but for
+// the last, which is returned with where it goes (`at`). A second half of
+// ASCII units (or of fewer, zeros after them) is stored as it is.
+CH_HELPER __m128i StoreForms(const __m256i (&v)[2], const UnitKinds (&kinds)[2],
+                             const uint32_t (&rows)[2], size_t len, uint8_t* out, size_t& at) {
+  __m256i first, second;
+  EncodeUtf16(v[0], kinds[0], first, second);
+  __m128i last = PackForms(first, second, rows[0], out);
+  at = LastFormsAt(rows[0]);
+  if (len > kHalfUnits) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at), last);
+    if (rows[1] == 0) {
+      last = _mm_packus_epi16(_mm256_castsi256_si128(v[1]), _mm256_extracti128_si256(v[1], 1));
+    } else {
+      EncodeUtf16(v[1], kinds[1], first, second);
+      last = PackForms(first, second, rows[1], out + kHalfUnits + CountOnes(rows[0]));
+    }
+    at = LastStoreAt(rows);
+  }
+  return last;
+}
+
+// Such a block (see StoreForms) where the room has less than 32 bytes to
+// spare past its output, or with a surrogate: straight into place when it is
+// whole, has no surrogate and its last store fits in the room, which then
+// keeps what the room held past the output; else into a local buffer first,
+// then what the plan takes. Out of line, so that the loop over the blocks
+// before keeps its registers.
+__attribute__((noinline)) CH_TARGET Utf16Plan Avx2LastForms(__m256i v0, __m256i v1, uint32_t rows0,
+                                                            uint32_t rows1, size_t len,
+                                                            uint8_t* dst, size_t room) {
+  const __m256i v[] = {v0, v1};
+  const UnitKinds kinds[] = {KindsOf(v0), KindsOf(v1)};
+  const uint32_t rows[] = {rows0, rows1};
+  const size_t bytes = len + CountOnes(rows0) + CountOnes(rows1);
+  const size_t lastAt = LastStoreAt(rows);
+  const __m256i surrogate = _mm256_or_si256(kinds[0].surrogate, kinds[1].surrogate);
+  if (_mm256_testz_si256(surrogate, surrogate) && len == kUnits &&
+      lastAt + sizeof(__m128i) <= room) {
+    const __m128i held = _mm_loadu_si128(reinterpret_cast<const __m128i*>(dst + lastAt));
+    size_t at = 0;
+    const __m128i last = StoreForms(v, kinds, rows, len, dst, at);
+    const __m128i kept =
+        _mm_cmpgt_epi8(_mm_set1_epi8(static_cast<char>(bytes - at)),
+                       _mm_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + at), _mm_blendv_epi8(held, last, kept));
+    return {len, bytes, false};
+  }
+  const Utf16Plan plan = PlanUtf16(ClassifyUtf16(kinds, len), room);
+  uint8_t local[3 * kUnits + 16];
+  size_t at = 0;
+  const __m128i last = StoreForms(v, kinds, rows, len, local, at);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(local + at), last);
+  CopyOut(dst, local, plan.bytes);
+  return plan;
 }
 
 CH_TARGET RunEnd Avx2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* dst, size_t cap,
@@ -682,8 +763,10 @@ CH_TARGET RunEnd Avx2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* 
       if (take < kHalfUnits) break;
       continue;
     }
-    const Utf16Units units = ClassifyUtf16(v, len);
-    if (units.three == Below(len) && units.surrogate == 0) {
+    const UnitKinds kinds[] = {KindsOf(v[0]), KindsOf(v[1])};
+    const __m256i surrogate = _mm256_or_si256(kinds[0].surrogate, kinds[1].surrogate);
+    const bool surrogates = !_mm256_testz_si256(surrogate, surrogate);
+    if (!surrogates && (UnitBits(kinds[0].belowThree, kinds[1].belowThree) & Below(len)) == 0) {
       // Units of three bytes each (Chinese text); a whole block's stores
       // are known when compiled.
       const size_t take = Smaller(len, (cap - o) / 3);
@@ -699,45 +782,24 @@ CH_TARGET RunEnd Avx2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* 
       if (take < len) break;
       continue;
     }
-    const Utf16Plan plan = PlanUtf16(units, cap - o);
-    // Straight into place as in the run from UTF-8, when the block is taken
-    // whole and is of whole registers: the stores reach up to 16 bytes past
-    // its output, which are put back as they were.
-    const bool inPlace = !plan.stop && len % 16 == 0 && cap - o >= plan.bytes + 15;
-    uint8_t local[3 * kUnits + 16];
-    uint8_t* bytes = inPlace ? dst + o : local;
-    const __m128i after =
-        inPlace ? _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + plan.bytes))
-                : _mm_setzero_si128();
-    // Byte g of `rows`: the row of units 4g to 4g + 3 (see PackForms), whose
-    // bits are the bytes that their forms have past the first; byte g of
-    // `starts`, where those forms start, the sum of the sizes before them.
-    const uint64_t rows = NibbleBytes(static_cast<uint32_t>(units.twoOrMore)) |
-                          NibbleBytes(static_cast<uint32_t>(units.three)) << 4;
-    const uint64_t starts = (0x0404040404040404 + BitsPerByte(rows)) * 0x0101010101010100;
-    // A half of 16 ASCII units (or of fewer, zeros after them) is stored
-    // as it is.
-    for (int k = 0; 16 * static_cast<size_t>(k) < len; ++k) {
-      const uint32_t half = static_cast<uint32_t>(starts >> (32 * k));
-      if (_mm256_testz_si256(nonAscii[k], nonAscii[k])) {
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes + (half & 0xFF)),
-                         k == 0 ? _mm256_castsi256_si128(low) : _mm256_extracti128_si256(low, 1));
-      } else {
-        __m256i first, second;
-        EncodeUtf16(v[k], first, second);
-        PackForms(first, second, static_cast<uint32_t>(rows >> (32 * k)), bytes, half);
-      }
-    }
-    if (inPlace) {
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes + plan.bytes), after);
-    } else {
-      memcpy(dst + o, local, plan.bytes);
-    }
-    o += plan.bytes;
-    if (plan.stop) {
+    const uint32_t rows[] = {FormRows(kinds[0]), FormRows(kinds[1])};
+    const size_t bytes = len + CountOnes(rows[0]) + CountOnes(rows[1]);
+    if (surrogates || cap - o < bytes + sizeof(__m256i)) {
+      const Utf16Plan plan = Avx2LastForms(v[0], v[1], rows[0], rows[1], len, dst + o, cap - o);
+      o += plan.bytes;
       i += plan.count;
-      break;
+      if (plan.stop) break;
+      continue;
     }
+    // Straight into place: the stores reach up to 31 bytes past the block's
+    // output (the zeros after a text's last units count as ASCII), which are
+    // put back as they were.
+    const __m256i after = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(dst + o + bytes));
+    size_t at = 0;
+    const __m128i last = StoreForms(v, kinds, rows, len, dst + o, at);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + at), last);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o + bytes), after);
+    o += bytes;
     i += len;
   }
   return {i, o};
