@@ -691,8 +691,8 @@ CH_HELPER __m128i StoreForms(const __m256i (&v)[2], const UnitKinds (&kinds)[2],
   return last;
 }
 
-// Such a block (see StoreForms) where the room has less than 32 bytes to
-// spare past its output, or with a surrogate: straight into place when it is
+// Such a block (see StoreForms) that the run's loop does not take in place
+// (near the room's end, or with a surrogate): straight into place when it is
 // whole, has no surrogate and its last store fits in the room, which then
 // keeps what the room held past the output; else into a local buffer first,
 // then what the plan takes. Out of line, so that the loop over the blocks
@@ -784,21 +784,26 @@ CH_TARGET RunEnd Avx2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* 
     }
     const uint32_t rows[] = {FormRows(kinds[0]), FormRows(kinds[1])};
     const size_t bytes = len + CountOnes(rows[0]) + CountOnes(rows[1]);
-    if (surrogates || cap - o < bytes + sizeof(__m256i)) {
+    // Straight into place where the room has 32 bytes to spare: the stores
+    // reach up to 31 bytes past the block's output (the zeros after a text's
+    // last units count as ASCII), which are put back as they were. A whole
+    // block whose second half is ASCII needs no spare room: that half's store
+    // ends where the output does and covers every store before it.
+    const bool roomy = cap - o >= bytes + sizeof(__m256i);
+    if (surrogates || !(roomy || (len == kUnits && rows[1] == 0 && cap - o >= bytes))) {
       const Utf16Plan plan = Avx2LastForms(v[0], v[1], rows[0], rows[1], len, dst + o, cap - o);
       o += plan.bytes;
       i += plan.count;
       if (plan.stop) break;
       continue;
     }
-    // Straight into place: the stores reach up to 31 bytes past the block's
-    // output (the zeros after a text's last units count as ASCII), which are
-    // put back as they were.
-    const __m256i after = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(dst + o + bytes));
+    const __m256i after =
+        roomy ? _mm256_loadu_si256(reinterpret_cast<const __m256i*>(dst + o + bytes))
+              : _mm256_setzero_si256();
     size_t at = 0;
     const __m128i last = StoreForms(v, kinds, rows, len, dst + o, at);
     _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + at), last);
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o + bytes), after);
+    if (roomy) _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o + bytes), after);
     o += bytes;
     i += len;
   }
