@@ -240,16 +240,17 @@ CH_PLAN HalfWidthPlan PlanHalfWidth(const HalfWidthBytes& b) {
   // What the next block starts with depends on this block's last two leads
   // only; it is of use only when the block is taken whole.
   const size_t skip = (b.leads >> 62) & 1 ? 1 : static_cast<size_t>(b.leads >> 63) * 2;
-  HalfWidthPlan plan = {0, 0, b.len, false, skip, (b.changes & b.leads & (3ull << 62)) != 0};
+  size_t consumed = b.len;
+  bool stop = false;
   if ((odd | open) != 0) {
     const uint64_t first = (odd | open) & (0 - (odd | open));
-    plan.consumed = static_cast<size_t>(__builtin_ctzll(first));
-    plan.stop = (odd & first) != 0;
+    consumed = static_cast<size_t>(__builtin_ctzll(first));
+    stop = (odd & first) != 0;
   }
-  plan.changes = b.changes & leads & Below(plan.consumed);
-  plan.keep = ~((plan.changes << 1) | (plan.changes << 2) | (b.dropSkip ? Below(b.skip) : 0)) &
-              Below(plan.consumed);
-  return plan;
+  const uint64_t changes = b.changes & leads & Below(consumed);
+  const uint64_t keep =
+      ~((changes << 1) | (changes << 2) | (b.dropSkip ? Below(b.skip) : 0)) & Below(consumed);
+  return {keep, changes, consumed, stop, skip, (b.changes & b.leads & (3ull << 62)) != 0};
 }
 
 // Moves `i` past what `plan` took of block `b` and carries what the next
