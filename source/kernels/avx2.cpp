@@ -730,12 +730,27 @@ __attribute__((noinline)) CH_TARGET Utf16Plan Avx2LastForms(__m256i v0, __m256i 
 
 CH_TARGET RunEnd Avx2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* dst, size_t cap,
                               size_t o) {
+  // Whether this run takes at least 16 units before the text's end.
+  const bool sixteen = n - i >= kHalfUnits;
   while (i < n) {
     __m256i v[2];
     const size_t len = Smaller(n - i, kUnits);
     if (len == kUnits) {
       Load(src + i, v);
     } else {
+      if (len <= kHalfUnits && sixteen && cap - o >= len) {
+        // The text's last 16 units, some of them taken already by this run:
+        // when all are ASCII, one store ends the output with them, writing
+        // the bytes of those taken again as they are.
+        const __m256i last =
+            _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + n - kHalfUnits));
+        if (_mm256_testz_si256(last, _mm256_set1_epi16(static_cast<short>(0xFF80)))) {
+          _mm_storeu_si128(
+              reinterpret_cast<__m128i*>(dst + o + len - kHalfUnits),
+              _mm_packus_epi16(_mm256_castsi256_si128(last), _mm256_extracti128_si256(last, 1)));
+          return {n, o + len};
+        }
+      }
       LoadLastUnits(src + i, len, v);
     }
     // Nonzero where a unit is not ASCII.
