@@ -172,6 +172,48 @@ constexpr ChangeFilter MakeChangeFilter() {
 
 constexpr ChangeFilter kChangeFilter = MakeChangeFilter();
 
+// The faults of two bytes in a row of UTF-8 that a run takes (characters of
+// one to three bytes), one bit per kind, by three lookups: the kinds that the
+// first byte's high nibble allows, those its low nibble allows, and those the
+// second byte's high nibble allows; the pair has every kind in all three.
+enum PairFault : uint8_t {
+  kTooShort = 1,    // a lead, then no continuation byte
+  kTooLong = 2,     // ASCII, then a continuation byte
+  kOverlong3 = 4,   // E0, then 80..9F
+  kSurrogate = 8,   // ED, then A0..BF
+  kOverlong2 = 16,  // C0 or C1, then any byte
+  kFourBytes = 32,  // F0..FF, then any byte: no run takes four-byte characters
+  kTwoConts = 128,  // two continuation bytes: a fault unless a lead of three comes before them
+};
+
+struct PairFaults {
+  uint8_t firstHigh[16];
+  uint8_t firstLow[16];
+  uint8_t secondHigh[16];
+};
+
+constexpr PairFaults MakePairFaults() {
+  PairFaults t{};
+  for (uint8_t nibble = 0; nibble < 16; ++nibble) {
+    const bool ascii = nibble < 8, cont = nibble >= 8 && nibble < 12;
+    t.firstHigh[nibble] = ascii           ? kTooLong
+                          : cont          ? kTwoConts
+                          : nibble == 0xC ? kTooShort | kOverlong2
+                          : nibble == 0xD ? kTooShort
+                          : nibble == 0xE ? kTooShort | kOverlong3 | kSurrogate
+                                          : kFourBytes;
+    t.firstLow[nibble] = kTooShort | kTooLong | kTwoConts | kFourBytes |
+                         (nibble == 0 ? kOverlong2 | kOverlong3 : 0) |
+                         (nibble == 1 ? kOverlong2 : 0) | (nibble == 0xD ? kSurrogate : 0);
+    t.secondHigh[nibble] = kFourBytes | kOverlong2 | (cont ? kTooLong | kTwoConts : kTooShort) |
+                           (nibble == 8 || nibble == 9 ? kOverlong3 : 0) |
+                           (nibble == 0xA || nibble == 0xB ? kSurrogate : 0);
+  }
+  return t;
+}
+
+constexpr PairFaults kPairFaults = MakePairFaults();
+
 bool Avx2Supported() {
   __builtin_cpu_init();
   return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
@@ -179,6 +221,13 @@ bool Avx2Supported() {
 }
 
 CH_HELPER __m256i Byte(int b) { return _mm256_set1_epi8(static_cast<char>(b)); }
+
+// Each byte of `index` (0 to 15, or any with its top bit set for 0) looked up
+// in `table`.
+CH_HELPER __m256i Lookup(const uint8_t (&table)[16], __m256i index) {
+  return _mm256_shuffle_epi8(
+      _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(table))), index);
+}
 
 // All ones in the bytes of `x` that lead a three-byte character (1110xxxx).
 CH_HELPER __m256i LeadBytes(__m256i x) {
@@ -271,6 +320,54 @@ CH_HELPER Utf8Bytes ClassifyUtf8(const __m256i (&v)[2], __m256i prev, const Utf8
                          k);
   }
   return b;
+}
+
+// Nonzero in the bytes of v[k] where a fault ends (see PairFaults): the
+// pair's, flipped where the byte two places before leads three bytes, which
+// makes two continuation bytes in a row what is needed and anything else a
+// fault.
+CH_HELPER __m256i Faults(const __m256i (&v)[2], __m256i prev, int k) {
+  const __m256i low = Byte(0x0F);
+  const __m256i p1 = Before<1>(v, prev, k);
+  const __m256i pair = _mm256_and_si256(
+      _mm256_and_si256(
+          Lookup(kPairFaults.firstHigh, _mm256_and_si256(_mm256_srli_epi16(p1, 4), low)),
+          Lookup(kPairFaults.firstLow, _mm256_and_si256(p1, low))),
+      Lookup(kPairFaults.secondHigh, _mm256_and_si256(_mm256_srli_epi16(v[k], 4), low)));
+  const __m256i third =
+      _mm256_and_si256(_mm256_subs_epu8(Before<2>(v, prev, k), Byte(0xE0 - 0x80)), Byte(0x80));
+  return _mm256_xor_si256(pair, third);
+}
+
+// PlanUtf8 for the block of `left` at `block`, cheaper for the blocks that
+// have no fault, fit in the room and, whole at the text's end, cut no
+// character short: their characters end where the next byte is no
+// continuation byte, and what they leave open the next block is in their
+// last two bytes. (The zeros after the last bytes of a text are no
+// continuation bytes, so a character they cut short is a fault.)
+CH_HELPER Utf8Plan PlanBlock(const __m256i (&v)[2], __m256i prev, const Utf8Bytes& left,
+                             const uint8_t* block, size_t room) {
+  const __m256i faults = _mm256_or_si256(Faults(v, prev, 0), Faults(v, prev, 1));
+  if (_mm256_testz_si256(faults, faults)) {
+    const bool whole = left.len == kBytes;
+    const uint8_t last = whole ? block[kBytes - 1] : 0;
+    const bool lead63 = last >= kLeadsFrom;
+    const bool lead3At62 = whole && (block[kBytes - 2] & 0xF0) == 0xE0;
+    const bool open = lead63 || lead3At62;
+    // A last byte that is no lead in any character taken: no pair here shows it.
+    const bool bad63 = last == 0xC0 || last == 0xC1 || last >= 0xF0;
+    const uint64_t cont = Bits(_mm256_cmpgt_epi8(Byte(kLeadsFrom), v[0]), 0) |
+                          Bits(_mm256_cmpgt_epi8(Byte(kLeadsFrom), v[1]), 1);
+    const uint64_t ends = ~((cont >> 1) | (uint64_t{open} << 63)) & Below(left.len);
+    const size_t count = CountOnes(ends);
+    if (!(left.atEnd && open) && !bad63 && count <= room) {
+      Utf8Bytes next{};
+      next.claimed = uint64_t{open} | uint64_t{(last & 0xF0) == 0xE0} << 1;
+      next.open = lead3At62 ? 2 : open;
+      return {ends, count, false, 0, next};
+    }
+  }
+  return PlanUtf8(ClassifyUtf8(v, prev, left), room);
 }
 
 // The unit of the character that ends at each byte of v[k], from that byte
@@ -519,8 +616,7 @@ CH_TARGET RunEnd Avx2Utf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* 
       continue;
     }
     left.atEnd = n - i == left.len;
-    const Utf8Bytes b = ClassifyUtf8(v, prev, left);
-    const Utf8Plan plan = PlanUtf8(b, cap - o);
+    const Utf8Plan plan = PlanBlock(v, prev, left, src + i, cap - o);
     // Each group's store writes a whole lane, past the units it keeps, which
     // the next one covers; the last reaches up to 7 units past the block's
     // output, which are put back as they were. Where the room ends sooner,
@@ -545,10 +641,10 @@ CH_TARGET RunEnd Avx2Utf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* 
     }
     o += plan.count;
     if (plan.stop) {
-      i = i - b.open + plan.resume;
+      i = i - left.open + plan.resume;
       break;
     }
-    i += b.len;
+    i += left.len;
     left = plan.next;
     prev = v[1];
   }
@@ -825,11 +921,6 @@ CH_TARGET RunEnd Avx2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* 
     i += len;
   }
   return {i, o};
-}
-
-CH_HELPER __m256i Lookup(const uint8_t (&table)[16], __m256i index) {
-  return _mm256_shuffle_epi8(
-      _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(table))), index);
 }
 
 // Nonzero in the bytes of the leads of `x` that change, from the low six
