@@ -669,10 +669,9 @@ struct UnitKinds {
 CH_HELPER UnitKinds KindsOf(__m256i u) {
   const __m256i zero = _mm256_setzero_si256();
   const __m256i top = _mm256_and_si256(u, _mm256_set1_epi16(static_cast<short>(0xF800)));
-  return {
-      _mm256_cmpeq_epi16(_mm256_and_si256(u, _mm256_set1_epi16(static_cast<short>(0xFF80))), zero),
-      _mm256_cmpeq_epi16(top, zero),
-      _mm256_cmpeq_epi16(top, _mm256_set1_epi16(static_cast<short>(0xD800)))};
+  return {_mm256_cmpeq_epi16(_mm256_subs_epu16(u, _mm256_set1_epi16(0x7F)), zero),
+          _mm256_cmpeq_epi16(top, zero),
+          _mm256_cmpeq_epi16(top, _mm256_set1_epi16(static_cast<short>(0xD800)))};
 }
 
 CH_HELPER Utf16Units ClassifyUtf16(const UnitKinds (&kinds)[2], size_t len) {
@@ -855,8 +854,8 @@ CH_TARGET RunEnd Avx2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* 
     // Each shortcut takes what fits of its block, and ends the run where that
     // is not all of it. ASCII units are their low bytes.
     const __m256i low = _mm256_permute4x64_epi64(_mm256_packus_epi16(v[0], v[1]), 0xD8);
-    if (_mm256_testz_si256(_mm256_or_si256(nonAscii[0], nonAscii[1]),
-                           _mm256_set1_epi16(-1))) {  // ASCII units only
+    const __m256i anyNonAscii = _mm256_or_si256(nonAscii[0], nonAscii[1]);
+    if (_mm256_testz_si256(anyNonAscii, anyNonAscii)) {  // ASCII units only
       const size_t take = Smaller(len, cap - o);
       if (take == kUnits) {
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o), low);
@@ -875,6 +874,24 @@ CH_TARGET RunEnd Avx2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* 
       o += take;
       if (take < kHalfUnits) break;
       continue;
+    }
+    if (len == kUnits && _mm256_testz_si256(nonAscii[1], nonAscii[1])) {
+      // Others, then 16 ASCII units: the ASCII half's store ends where the
+      // output does and covers every store before it.
+      const UnitKinds kinds = KindsOf(v[0]);
+      const uint32_t rows = FormRows(kinds);
+      const size_t bytes = kUnits + CountOnes(rows);
+      if (_mm256_testz_si256(kinds.surrogate, kinds.surrogate) && cap - o >= bytes) {
+        __m256i first, second;
+        EncodeUtf16(v[0], kinds, first, second);
+        const __m128i last = PackForms(first, second, rows, dst + o);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + LastFormsAt(rows)), last);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + bytes - kHalfUnits),
+                         _mm256_extracti128_si256(low, 1));
+        o += bytes;
+        i += kUnits;
+        continue;
+      }
     }
     const UnitKinds kinds[] = {KindsOf(v[0]), KindsOf(v[1])};
     const __m256i surrogate = _mm256_or_si256(kinds[0].surrogate, kinds[1].surrogate);
@@ -899,24 +916,19 @@ CH_TARGET RunEnd Avx2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* 
     const size_t bytes = len + CountOnes(rows[0]) + CountOnes(rows[1]);
     // Straight into place where the room has 32 bytes to spare: the stores
     // reach up to 31 bytes past the block's output (the zeros after a text's
-    // last units count as ASCII), which are put back as they were. A whole
-    // block whose second half is ASCII needs no spare room: that half's store
-    // ends where the output does and covers every store before it.
-    const bool roomy = cap - o >= bytes + sizeof(__m256i);
-    if (surrogates || !(roomy || (len == kUnits && rows[1] == 0 && cap - o >= bytes))) {
+    // last units count as ASCII), which are put back as they were.
+    if (surrogates || cap - o < bytes + sizeof(__m256i)) {
       const Utf16Plan plan = Avx2LastForms(v[0], v[1], rows[0], rows[1], len, dst + o, cap - o);
       o += plan.bytes;
       i += plan.count;
       if (plan.stop) break;
       continue;
     }
-    const __m256i after =
-        roomy ? _mm256_loadu_si256(reinterpret_cast<const __m256i*>(dst + o + bytes))
-              : _mm256_setzero_si256();
+    const __m256i after = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(dst + o + bytes));
     size_t at = 0;
     const __m128i last = StoreForms(v, kinds, rows, len, dst + o, at);
     _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + at), last);
-    if (roomy) _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o + bytes), after);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o + bytes), after);
     o += bytes;
     i += len;
   }
