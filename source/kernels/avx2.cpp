@@ -561,8 +561,34 @@ CH_TARGET size_t Avx2ThreeByteGroups(const uint8_t* src, size_t n, uint16_t* dst
   return ChineseGroups(src, n, dst, cap, 48);
 }
 
-CH_TARGET RunEnd Avx2Utf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* dst, size_t cap,
-                              size_t o) {
+// The `count` characters of a block that end where `ends` has a bit, as
+// units at `dst` (room for `room`). Each group's store writes a whole lane,
+// past the units it keeps, which the next one covers; the last reaches up to
+// 7 units past the block's output, which are put back as they were. Where
+// the room ends sooner, the block goes to a local buffer first.
+CH_HELPER void StoreUnits(const __m256i (&v)[2], __m256i prev, uint64_t ends, size_t count,
+                          uint16_t* dst, size_t room) {
+  const bool inPlace = room >= count + 7;
+  uint16_t local[kBytes + 8];
+  uint16_t* units = inPlace ? dst : local;
+  const __m128i after = inPlace ? _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + count))
+                                : _mm_setzero_si128();
+  size_t at[8];
+  for (size_t g = 0; g < 8; ++g) at[g] = CountOnes(ends & Below(8 * g));
+  for (int k = 0; k < 2; ++k) {
+    __m256i first, second;
+    DecodeUtf8(v, prev, k, first, second);
+    PackUnits(first, second, static_cast<uint32_t>(ends >> (32 * k)), units, at + 4 * k);
+  }
+  if (inPlace) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(units + count), after);
+  } else {
+    memcpy(dst, local, count * sizeof(uint16_t));
+  }
+}
+
+CH_TARGET RunEnd Avx2Utf8Blocks(const uint8_t* src, size_t n, size_t i, uint16_t* dst, size_t cap,
+                                size_t o) {
   Utf8Bytes left = {};
   __m256i prev = _mm256_setzero_si256();
   while (i < n) {
@@ -617,28 +643,7 @@ CH_TARGET RunEnd Avx2Utf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* 
     }
     left.atEnd = n - i == left.len;
     const Utf8Plan plan = PlanBlock(v, prev, left, src + i, cap - o);
-    // Each group's store writes a whole lane, past the units it keeps, which
-    // the next one covers; the last reaches up to 7 units past the block's
-    // output, which are put back as they were. Where the room ends sooner,
-    // the block goes to a local buffer first.
-    const bool inPlace = cap - o >= plan.count + 7;
-    uint16_t local[kBytes + 8];
-    uint16_t* units = inPlace ? dst + o : local;
-    const __m128i after =
-        inPlace ? _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + plan.count))
-                : _mm_setzero_si128();
-    size_t at[8];
-    for (size_t g = 0; g < 8; ++g) at[g] = CountOnes(plan.ends & Below(8 * g));
-    for (int k = 0; k < 2; ++k) {
-      __m256i first, second;
-      DecodeUtf8(v, prev, k, first, second);
-      PackUnits(first, second, static_cast<uint32_t>(plan.ends >> (32 * k)), units, at + 4 * k);
-    }
-    if (inPlace) {
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(units + plan.count), after);
-    } else {
-      memcpy(dst + o, local, plan.count * sizeof(uint16_t));
-    }
+    StoreUnits(v, prev, plan.ends, plan.count, dst + o, cap - o);
     o += plan.count;
     if (plan.stop) {
       i = i - left.open + plan.resume;
@@ -649,6 +654,35 @@ CH_TARGET RunEnd Avx2Utf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* 
     prev = v[1];
   }
   return {i, o};
+}
+
+// A run whose text ends within its first block (a sentence) takes that block
+// here, where nothing comes before it and it has the registers to itself: as
+// Avx2Utf8Blocks would, which goes on only after whole groups of Chinese text.
+CH_TARGET RunEnd Avx2Utf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* dst, size_t cap,
+                              size_t o) {
+  const size_t len = n - i;
+  if (len > kBytes) return Avx2Utf8Blocks(src, n, i, dst, cap, o);
+  __m256i v[2];
+  if (len == kBytes) {
+    Load(src + i, v);
+  } else {
+    LoadPart(src + i, len, v);
+  }
+  if (_mm256_movemask_epi8(_mm256_or_si256(v[0], v[1])) == 0) {
+    const size_t take = Smaller(len, cap - o);
+    WidenFirst(v, dst + o, take);
+    return {i + take, o + take};
+  }
+  const size_t taken = ChineseGroups(src + i, len, dst + o, cap - o, kBytes);
+  if (taken != 0) return Avx2Utf8Blocks(src, n, i + 3 * taken, dst, cap, o + taken);
+  const __m256i none = _mm256_setzero_si256();
+  Utf8Bytes only = {};
+  only.len = len;
+  only.atEnd = true;
+  const Utf8Plan plan = PlanBlock(v, none, only, src + i, cap - o);
+  StoreUnits(v, none, plan.ends, plan.count, dst + o, cap - o);
+  return {plan.stop ? i + plan.resume : n, o + plan.count};
 }
 
 // Bit p of the result for unit p of v[0] and v[1]: packs keeps each 128-bit
