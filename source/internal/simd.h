@@ -32,7 +32,8 @@ namespace commonhelpers_internal {
 // past src[n], reads src[n] only from UTF-16 (where n is always the length
 // of the whole text, and src[n] its terminator), never writes dst[cap + 1]
 // or beyond, and leaves every unit after the ones it converted as it found
-// it (a level may store past them and put back what was there).
+// it (a level may store past them and put back what was there, and may store
+// again, as they are, units that the same call has written).
 struct RunEnd {
   size_t i;
   size_t o;
