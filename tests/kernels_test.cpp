@@ -87,6 +87,19 @@ TEST(Kernels, ALeadCutShortSwallowsTheStartOfTheCharacterAfterIt) {
   }
 }
 
+// A continuation byte that no lead claims, after every number of ASCII bytes
+// and before more of them: every level stops right there, also where nothing
+// else in its block is at fault.
+TEST(Kernels, AStrayContinuationByteStopsEveryLevelWhereItStands) {
+  for (size_t before = 0; before < 192; ++before) {
+    for (const char* stray : {"\x80", "\xBF"}) {
+      const std::string text =
+          std::string(before, 'a') + stray + std::string(192, before % 2 ? 'a' : 'b');
+      ASSERT_EQ(kernel_diff::Differences(text, before), "") << before << " " << stray[0];
+    }
+  }
+}
+
 // Characters of every length and edge that the runs take, with their UTF-16
 // units; what the runs must stop before (the last three only end a text).
 const std::pair<std::string, char16_t> kCharacters[] = {{"a", u'a'},
