@@ -74,9 +74,10 @@ TEST(Kernels, EveryLevelAgreesWithTheScalarOneOnEveryThreeByteCharacter) {
 // nothing changes, also where the two meet across blocks. And cut short by
 // blocks of ASCII, after every number of ASCII bytes: the conversion stops
 // there, and U+0080 (the first unit that is not ASCII) in its place is taken.
+// The last cut is a lead of three cut short by a lead of two, itself cut short.
 TEST(Kernels, ALeadCutShortSwallowsTheStartOfTheCharacterAfterIt) {
   for (size_t before = 0; before < 192; ++before) {
-    for (const char* cut : {"\xE4", "\xE4\xBD", "\xC2\x80"}) {
+    for (const char* cut : {"\xE4", "\xE4\xBD", "\xC2\x80", "\xE4\xBD\xC3"}) {
       std::string text(before % 3, 'a');
       for (size_t k = before / 3; k > 0; --k) text += "\xE4\xBD\xA0";
       text += std::string(cut) + "\xE3\x80\x80" + text;
