@@ -352,7 +352,7 @@ CH_HELPER Utf8Plan PlanBlock(const __m256i (&v)[2], __m256i prev, const Utf8Byte
     const bool whole = left.len == kBytes;
     const uint8_t last = whole ? block[kBytes - 1] : 0;
     const bool lead63 = last >= kLeadsFrom;
-    const bool lead3At62 = whole && (block[kBytes - 2] & 0xF0) == 0xE0;
+    const bool lead3At62 = whole && IsThreeByteLead(block[kBytes - 2]);
     const bool open = lead63 || lead3At62;
     // A last byte that is no lead in any character taken: no pair here shows it.
     const bool bad63 = last == 0xC0 || last == 0xC1 || last >= 0xF0;
@@ -362,7 +362,7 @@ CH_HELPER Utf8Plan PlanBlock(const __m256i (&v)[2], __m256i prev, const Utf8Byte
     const size_t count = CountOnes(ends);
     if (!(left.atEnd && open) && !bad63 && count <= room) {
       Utf8Bytes next{};
-      next.claimed = uint64_t{open} | uint64_t{(last & 0xF0) == 0xE0} << 1;
+      next.claimed = uint64_t{open} | uint64_t{IsThreeByteLead(last)} << 1;
       next.open = lead3At62 ? 2 : open;
       return {ends, count, false, 0, next};
     }
