@@ -1023,17 +1023,27 @@ CH_HELPER __m256i MayChange(__m256i x, __m256i s, __m256i t) {
           Lookup(kChangeFilter.thirdHigh, _mm256_and_si256(_mm256_srli_epi16(t, 4), Byte(0x03)))));
 }
 
-// Whether the 64 bytes at `from`, with the two after them, stay as they are:
-// no unit may change and none holds another lead. `x` receives them.
+// Whether the 64 bytes at `from`, with the two after them, stay as they are,
+// the block after them starting afresh: no lead may change, and neither of
+// the last two has another lead among its next two bytes. Inside the block
+// it is of no matter which leads start units and which a unit takes as its
+// own bytes: every lead is tested, and when none may change, the bytes stay
+// however they parse. Only a unit open at the end moves where the next
+// block starts. `x` receives the 64 bytes.
 CH_HELPER bool StaysAsItIs(const uint8_t* from, __m256i (&x)[2]) {
   Load(from, x);
   if (_mm256_movemask_epi8(_mm256_or_si256(x[0], x[1])) == 0) return true;  // ASCII
-  const uint64_t leads = ~(Bits(LeadIndex(x[0]), 0) | Bits(LeadIndex(x[1]), 1));
   __m256i s[2], t[2];
   Load(from + 1, s);
   Load(from + 2, t);
   const __m256i changes = _mm256_or_si256(MayChange(x[0], s[0], t[0]), MayChange(x[1], s[1], t[1]));
-  return _mm256_testz_si256(changes, changes) && LeadsOverLeads(leads, LeadsAt(from + kBytes)) == 0;
+  // Sign bit clear where a lead has another lead among its next two bytes.
+  const __m256i others =
+      _mm256_or_si256(LeadIndex(x[1]), _mm256_and_si256(LeadIndex(s[1]), LeadIndex(t[1])));
+  const __m256i lastTwo = _mm256_set_epi16(-1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0);
+  const __m256i open =
+      _mm256_or_si256(changes, _mm256_blendv_epi8(lastTwo, _mm256_setzero_si256(), others));
+  return _mm256_testz_si256(open, open);
 }
 
 CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* out, size_t& ro) {
