@@ -1040,6 +1040,7 @@ CH_HELPER bool StaysAsItIs(const uint8_t* from, __m256i (&x)[2]) {
   // Sign bit clear where a lead has another lead among its next two bytes.
   const __m256i others =
       _mm256_or_si256(LeadIndex(x[1]), _mm256_and_si256(LeadIndex(s[1]), LeadIndex(t[1])));
+  // The block's bytes 62 and 63, the top word of its second register.
   const __m256i lastTwo = _mm256_set_epi16(-1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0);
   const __m256i open =
       _mm256_or_si256(changes, _mm256_blendv_epi8(lastTwo, _mm256_setzero_si256(), others));
