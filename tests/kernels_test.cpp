@@ -101,6 +101,18 @@ TEST(Kernels, AStrayContinuationByteStopsEveryLevelWhereItStands) {
   }
 }
 
+// A character cut short by the end of the text, after every number of ASCII
+// bytes: every level stops right before it, also where the text is one whole
+// block.
+TEST(Kernels, ACharacterCutShortByTheEndIsNeverTaken) {
+  for (size_t before = 0; before < 192; ++before) {
+    for (const char* cut : {"\xC3", "\xE4", "\xE4\xBD"}) {
+      const std::string text = std::string(before, 'a') + cut;
+      ASSERT_EQ(kernel_diff::Differences(text, before), "") << before << " " << cut;
+    }
+  }
+}
+
 // Characters of every length and edge that the runs take, with their UTF-16
 // units; what the runs must stop before (the last three only end a text).
 const std::pair<std::string, char16_t> kCharacters[] = {{"a", u'a'},
