@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <iterator>
+#include <random>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -25,6 +27,68 @@ TEST(Split, ReturnsTheNonEmptyPiecesAndAppendsTheDelimiter) {
     std::string str = text;
     EXPECT_EQ(split(str, delim), pieces) << text;
     EXPECT_EQ(str, text + delim);
+  }
+}
+
+// The search tests 8 bytes at once: long texts of the bytes most likely to
+// confuse such a test (the delimiter's first byte with one bit flipped, 0x80,
+// 0xFF, zero) with the delimiter wherever it falls, against a plain search.
+std::string RandomText(std::mt19937& rng, const std::string& delim) {
+  const char first = delim[0];
+  const char bytes[] = {first,
+                        static_cast<char>(first ^ 0x80),
+                        static_cast<char>(first ^ 0x01),
+                        static_cast<char>(first + 1),
+                        static_cast<char>(first - 1),
+                        'x',
+                        '\x80',
+                        '\xFF',
+                        '\0'};
+  std::string text;
+  const size_t length = rng() % 100;
+  while (text.size() < length) {
+    if (rng() % 8 == 0) {
+      text += delim;
+    } else {
+      text += bytes[rng() % std::size(bytes)];
+    }
+  }
+  return text;
+}
+
+// The non-empty pieces that end in a delimiter.
+std::vector<std::string> PlainSplit(const std::string& text, const std::string& delim) {
+  std::vector<std::string> pieces;
+  size_t start = 0;
+  for (size_t pos = text.find(delim); pos != std::string::npos; pos = text.find(delim, start)) {
+    if (pos > start) pieces.push_back(text.substr(start, pos - start));
+    start = pos + delim.size();
+  }
+  return pieces;
+}
+
+std::string PlainReplace(const std::string& text, const std::string& from, const std::string& to) {
+  std::string out;
+  size_t start = 0;
+  for (size_t pos = text.find(from); pos != std::string::npos; pos = text.find(from, start)) {
+    out += text.substr(start, pos - start) + to;
+    start = pos + from.size();
+  }
+  return out + text.substr(start);
+}
+
+TEST(Split, FindsEveryDelimiterInLongTextsOfLookalikeBytes) {
+  std::mt19937 rng(7);
+  for (const std::string delim : {",", "<br>", "\x80", "\xFF\x7F", "\x01", "aa"}) {
+    for (int round = 0; round < 3000; ++round) {
+      const std::string text = RandomText(rng, delim);
+      SCOPED_TRACE(testing::PrintToString(text) + " / " + testing::PrintToString(delim));
+      std::string str = text;
+      ASSERT_EQ(split(str, delim), PlainSplit(text + delim, delim));
+      std::string replaced = text;
+      StringReplace(replaced, delim, round % 2 == 0 ? "" : "<->");
+      ASSERT_EQ(replaced, PlainReplace(text, delim, round % 2 == 0 ? "" : "<->"));
+    }
   }
 }
 

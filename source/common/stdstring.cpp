@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <bitset>
 #include <climits>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -39,32 +40,86 @@ bool RestMatches(std::string_view text, size_t pos, std::string_view pattern) {
   return true;
 }
 
+// 0x80 in each of the 8 bytes at `p` that equals the byte repeated in
+// `repeated`, 0 in the others; the first byte is the lowest. Exact: no
+// carry passes from one byte into the next, whatever the bytes. (The bytes
+// are put together one by one so that no byte order is assumed; compilers
+// make it one load.)
+inline uint64_t BytesEqual(const char* p, uint64_t repeated) {
+  const auto* b = reinterpret_cast<const unsigned char*>(p);
+  const uint64_t word = uint64_t{b[0]} | uint64_t{b[1]} << 8 | uint64_t{b[2]} << 16 |
+                        uint64_t{b[3]} << 24 | uint64_t{b[4]} << 32 | uint64_t{b[5]} << 40 |
+                        uint64_t{b[6]} << 48 | uint64_t{b[7]} << 56;
+  const uint64_t x = word ^ repeated;
+  constexpr uint64_t kLow7 = 0x7F7F7F7F7F7F7F7F;
+  return ~(((x & kLow7) + kLow7) | x | kLow7);
+}
+
+// The index of the lowest byte that has its 0x80 bit set in `bits` (not 0),
+// which has no other bits: the multiplication moves byte k of the constant,
+// which holds 7 - k, into the top byte.
+inline size_t FirstByte(uint64_t bits) {
+  return static_cast<size_t>(((bits & (0 - bits)) >> 7) * 0x0001020304050607 >> 56);
+}
+
+// The candidates among the last bytes of `text`, fewer than 8, from `at`.
+uint64_t LastCandidates(std::string_view text, size_t at, uint64_t repeated) {
+  char last[8];
+  memset(last, ~static_cast<int>(repeated & 0xFF), sizeof last);
+  memcpy(last, text.data() + at, text.size() - at);
+  return BytesEqual(last, repeated);
+}
+
+// The candidates among the 8 bytes of `text` from `at` (at < text.size()),
+// as BytesEqual gives them; bytes past the end of the text are none.
+inline uint64_t Candidates(std::string_view text, size_t at, uint64_t repeated) {
+  return text.size() - at >= 8 ? BytesEqual(text.data() + at, repeated)
+                               : LastCandidates(text, at, repeated);
+}
+
 // Calls visit(pos) for each occurrence of `pattern` (not empty) in `text` at
 // or after `from`, left to right without overlap, for as long as it returns
 // true. The whole search is in this loop, which the callers' instances
 // inline: the pieces between delimiters are often a few bytes long, and a
-// call per occurrence (memchr's among them) costs more than they do. Only a
-// gap of more than 32 bytes goes to memchr (through find).
+// call per occurrence (memchr's among them) costs more than they do. The
+// candidates, the bytes equal to the pattern's first, come 8 at a time as a
+// mask that the loop takes apart, with no branch per byte to mispredict at
+// the end of each piece; only a gap of 32 bytes or more goes to memchr
+// (through find).
 template <typename Visit>
 void ForEachOccurrence(std::string_view text, std::string_view pattern, size_t from, Visit visit) {
-  size_t pos = from;
-  while (pos < text.size()) {
-    const size_t limit = std::min(text.size(), pos + 32);
-    while (pos != limit && text[pos] != pattern[0]) {
-      ++pos;
-    }
-    if (pos == limit) {
-      pos = text.find(pattern[0], limit);
-      if (pos == std::string_view::npos) {
-        return;
+  const uint64_t repeated = uint64_t{0x0101010101010101} * static_cast<unsigned char>(pattern[0]);
+  size_t at = from;  // where the 8 bytes of `hits` start
+  uint64_t hits = at < text.size() ? Candidates(text, at, repeated) : 0;
+  size_t gap = 0;  // bytes without a candidate since the last one
+  while (at < text.size()) {
+    if (hits == 0) {
+      at += 8;
+      gap += 8;
+      if (at < text.size() && gap >= 32) {
+        at = text.find(pattern[0], at);
       }
+      hits = at < text.size() ? Candidates(text, at, repeated) : 0;
+      continue;
     }
+    gap = 0;
+    const size_t pos = at + FirstByte(hits);
+    hits &= hits - 1;
     if (!RestMatches(text, pos, pattern)) {
-      ++pos;
-    } else if (visit(pos)) {
-      pos += pattern.size();
-    } else {
+      continue;
+    }
+    if (!visit(pos)) {
       return;
+    }
+    // The candidates inside the occurrence go; a one-byte one has none.
+    if (pattern.size() > 1) {
+      const size_t next = pos + pattern.size();
+      if (next - at < 8) {
+        hits &= ~uint64_t{0} << (8 * (next - at));
+      } else {
+        at = next;
+        hits = at < text.size() ? Candidates(text, at, repeated) : 0;
+      }
     }
   }
 }
