@@ -79,7 +79,7 @@ std::string PlainReplace(const std::string& text, const std::string& from, const
 
 TEST(Split, FindsEveryDelimiterInLongTextsOfLookalikeBytes) {
   std::mt19937 rng(7);
-  for (const std::string delim : {",", "<br>", "\x80", "\xFF\x7F", "\x01", "aa"}) {
+  for (const std::string delim : {",", "<br>", "\xFF", "\x80\x7F", "\x01", "aa"}) {
     for (int round = 0; round < 3000; ++round) {
       const std::string text = RandomText(rng, delim);
       SCOPED_TRACE(testing::PrintToString(text) + " / " + testing::PrintToString(delim));

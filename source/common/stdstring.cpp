@@ -70,9 +70,12 @@ uint64_t LastCandidates(std::string_view text, size_t at, uint64_t repeated) {
   return BytesEqual(last, repeated);
 }
 
-// The candidates among the 8 bytes of `text` from `at` (at < text.size()),
-// as BytesEqual gives them; bytes past the end of the text are none.
+// The candidates among the 8 bytes of `text` from `at`, as BytesEqual gives
+// them; bytes past the end of the text are none.
 inline uint64_t Candidates(std::string_view text, size_t at, uint64_t repeated) {
+  if (at >= text.size()) {
+    return 0;
+  }
   return text.size() - at >= 8 ? BytesEqual(text.data() + at, repeated)
                                : LastCandidates(text, at, repeated);
 }
@@ -90,16 +93,16 @@ template <typename Visit>
 void ForEachOccurrence(std::string_view text, std::string_view pattern, size_t from, Visit visit) {
   const uint64_t repeated = uint64_t{0x0101010101010101} * static_cast<unsigned char>(pattern[0]);
   size_t at = from;  // where the 8 bytes of `hits` start
-  uint64_t hits = at < text.size() ? Candidates(text, at, repeated) : 0;
+  uint64_t hits = Candidates(text, at, repeated);
   size_t gap = 0;  // bytes without a candidate since the last one
   while (at < text.size()) {
     if (hits == 0) {
       at += 8;
       gap += 8;
-      if (at < text.size() && gap >= 32) {
+      if (gap >= 32) {
         at = text.find(pattern[0], at);
       }
-      hits = at < text.size() ? Candidates(text, at, repeated) : 0;
+      hits = Candidates(text, at, repeated);
       continue;
     }
     gap = 0;
@@ -118,7 +121,7 @@ void ForEachOccurrence(std::string_view text, std::string_view pattern, size_t f
         hits &= ~uint64_t{0} << (8 * (next - at));
       } else {
         at = next;
-        hits = at < text.size() ? Candidates(text, at, repeated) : 0;
+        hits = Candidates(text, at, repeated);
       }
     }
   }
