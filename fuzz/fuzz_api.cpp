@@ -16,23 +16,15 @@
 
 #include <commonhelpers/commonhelpers.h>
 
+#include "support/find_loops.h"
+
 #define CHECK(condition) ((condition) ? void(0) : abort())
 
 namespace {
 
 using std::string;
 
-// `text`, matches of `what` replaced by `by`; `cut` gets the pieces before them.
-string Replace(const string& text, const string& what, const string& by, std::vector<string>& cut) {
-  string out;
-  size_t start = 0;
-  for (size_t hit; !what.empty() && (hit = text.find(what, start)) != string::npos;
-       start = hit + what.size()) {
-    if (hit > start) cut.push_back(text.substr(start, hit - start));
-    out += text.substr(start, hit - start) + by;
-  }
-  return out + text.substr(start);
-}
+using find_loops::Replace;
 
 void Strings(const string& a, const string& b, const string& c) {
   std::vector<string> pieces, ignored;
