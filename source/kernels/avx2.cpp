@@ -469,21 +469,14 @@ CH_HELPER void WidenFirst(const __m256i (&v)[2], uint16_t* to, size_t count) {
   }
 }
 
-// The first `count` bytes of a block's output at `from` (a local buffer of
-// at least 32 bytes) at `to`, and nothing past them: 32 bytes at a time, the
-// last 32 overlapping the ones before, or fewer than 32 at once.
-CH_HELPER void CopyOut(uint8_t* to, const uint8_t* from, size_t count) {
-  if (count < sizeof(__m256i)) {
-    StoreFirst(to, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from)), count);
-    return;
+// `piece` at `out + at` (`at` at most `end`), but for its bytes from `end`
+// on, which are not written.
+CH_HELPER void StoreBefore(uint8_t* out, size_t at, __m128i piece, size_t end) {
+  if (end - at >= sizeof(__m128i)) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at), piece);
+  } else {
+    StoreFirst(out + at, piece, end - at);
   }
-  for (size_t k = 0; k + sizeof(__m256i) < count; k += sizeof(__m256i)) {
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + k),
-                        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + k)));
-  }
-  const size_t last = count - sizeof(__m256i);
-  _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + last),
-                      _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + last)));
 }
 
 // Two rows of a shuffle table, one per 128-bit lane.
@@ -492,20 +485,31 @@ CH_HELPER __m256i Rows(const uint8_t* lane0, const uint8_t* lane1) {
                              reinterpret_cast<const __m128i*>(lane0));
 }
 
-// Packs each 8-unit lane of `first` and `second` (the 8-byte groups of a
-// 32-byte register in the order of DecodeUtf8) by its bits of `ends`, and
-// stores the groups in order into `out` at their starts `at`: each store
-// writes a whole lane, past the units it keeps, which the next one covers.
-CH_HELPER void PackUnits(__m256i first, __m256i second, uint32_t ends, uint16_t* out,
-                         const size_t* at) {
+// Each 8-unit lane of `first` and `second` (the 8-byte groups of a 32-byte
+// register in the order of DecodeUtf8) packed by its bits of `ends`, in
+// order: the units a group keeps come first.
+struct UnitGroups {
+  __m128i units[4];
+};
+
+CH_HELPER UnitGroups GroupUnits(__m256i first, __m256i second, uint32_t ends) {
   const __m256i even = _mm256_shuffle_epi8(
       first, Rows(kPackUnits.rows[ends & 0xFF], kPackUnits.rows[(ends >> 16) & 0xFF]));
   const __m256i odd = _mm256_shuffle_epi8(
       second, Rows(kPackUnits.rows[(ends >> 8) & 0xFF], kPackUnits.rows[ends >> 24]));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at[0]), _mm256_castsi256_si128(even));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at[1]), _mm256_castsi256_si128(odd));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at[2]), _mm256_extracti128_si256(even, 1));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at[3]), _mm256_extracti128_si256(odd, 1));
+  return {{_mm256_castsi256_si128(even), _mm256_castsi256_si128(odd),
+           _mm256_extracti128_si256(even, 1), _mm256_extracti128_si256(odd, 1)}};
+}
+
+// Stores the groups (see GroupUnits) in order into `out` at their starts
+// `at`: each store writes a whole lane, past the units it keeps, which the
+// next one covers.
+CH_HELPER void PackUnits(__m256i first, __m256i second, uint32_t ends, uint16_t* out,
+                         const size_t* at) {
+  const UnitGroups groups = GroupUnits(first, second, ends);
+  for (size_t g = 0; g < std::size(groups.units); ++g) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at[g]), groups.units[g]);
+  }
 }
 
 // The 64 ASCII bytes of `v` as 16-bit units at `dst`.
@@ -565,25 +569,28 @@ CH_TARGET size_t Avx2ThreeByteGroups(const uint8_t* src, size_t n, uint16_t* dst
 // units at `dst` (room for `room`). Each group's store writes a whole lane,
 // past the units it keeps, which the next one covers; the last reaches up to
 // 7 units past the block's output, which are put back as they were. Where
-// the room ends sooner, the block goes to a local buffer first.
+// the room ends sooner, each store is cut where the output ends.
 CH_HELPER void StoreUnits(const __m256i (&v)[2], __m256i prev, uint64_t ends, size_t count,
                           uint16_t* dst, size_t room) {
-  const bool inPlace = room >= count + 7;
-  uint16_t local[kBytes + 8];
-  uint16_t* units = inPlace ? dst : local;
-  const __m128i after = inPlace ? _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + count))
-                                : _mm_setzero_si128();
   size_t at[8];
   for (size_t g = 0; g < 8; ++g) at[g] = CountOnes(ends & Below(8 * g));
+  if (room >= count + 7) {
+    const __m128i after = _mm_loadu_si128(reinterpret_cast<const __m128i*>(dst + count));
+    for (int k = 0; k < 2; ++k) {
+      __m256i first, second;
+      DecodeUtf8(v, prev, k, first, second);
+      PackUnits(first, second, static_cast<uint32_t>(ends >> (32 * k)), dst, at + 4 * k);
+    }
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + count), after);
+    return;
+  }
   for (int k = 0; k < 2; ++k) {
     __m256i first, second;
     DecodeUtf8(v, prev, k, first, second);
-    PackUnits(first, second, static_cast<uint32_t>(ends >> (32 * k)), units, at + 4 * k);
-  }
-  if (inPlace) {
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(units + count), after);
-  } else {
-    memcpy(dst, local, count * sizeof(uint16_t));
+    const UnitGroups groups = GroupUnits(first, second, static_cast<uint32_t>(ends >> (32 * k)));
+    for (size_t g = 0; g < std::size(groups.units) && at[4 * k + g] < count; ++g) {
+      StoreBefore(reinterpret_cast<uint8_t*>(dst), 2 * at[4 * k + g], groups.units[g], 2 * count);
+    }
   }
 }
 
@@ -743,25 +750,37 @@ CH_HELPER void EncodeUtf16(__m256i u, const UnitKinds& kinds, __m256i& first, __
   second = _mm256_unpackhi_epi16(firstTwo, third);
 }
 
-// Packs the forms of each 4-unit lane of `first` and `second` (in the order
-// of EncodeUtf16) by its row of PackForms, byte j of `rows` for lane j,
-// stores the first three groups in order from `out` on, each store covered
-// by the next, and returns the last group's forms, which start at
-// LastFormsAt(rows).
-CH_HELPER __m128i PackForms(__m256i first, __m256i second, uint32_t rows, uint8_t* out) {
+CH_HELPER size_t LastFormsAt(uint32_t rows) { return 12 + CountOnes(rows & 0xFFFFFF); }
+
+// The forms of each 4-unit lane of `first` and `second` (in the order of
+// EncodeUtf16) packed by its row of PackForms, byte j of `rows` for lane j,
+// in order, with where each starts: 16 bytes each, the bytes past a group's
+// forms being the next group's to cover.
+struct FormGroups {
+  __m128i forms[4];
+  size_t at[4];
+};
+
+CH_HELPER FormGroups GroupForms(__m256i first, __m256i second, uint32_t rows) {
   const __m256i even = _mm256_shuffle_epi8(
       first, Rows(kPackForms.rows[rows & 0xFF], kPackForms.rows[(rows >> 16) & 0xFF]));
   const __m256i odd = _mm256_shuffle_epi8(
       second, Rows(kPackForms.rows[(rows >> 8) & 0xFF], kPackForms.rows[rows >> 24]));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm256_castsi256_si128(even));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 4 + CountOnes(rows & 0xFF)),
-                   _mm256_castsi256_si128(odd));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 8 + CountOnes(rows & 0xFFFF)),
-                   _mm256_extracti128_si256(even, 1));
-  return _mm256_extracti128_si256(odd, 1);
+  return {{_mm256_castsi256_si128(even), _mm256_castsi256_si128(odd),
+           _mm256_extracti128_si256(even, 1), _mm256_extracti128_si256(odd, 1)},
+          {0, 4 + CountOnes(rows & 0xFF), 8 + CountOnes(rows & 0xFFFF), LastFormsAt(rows)}};
 }
 
-CH_HELPER size_t LastFormsAt(uint32_t rows) { return 12 + CountOnes(rows & 0xFFFFFF); }
+// Stores the first three groups (see GroupForms) from `out` on, each store
+// covered by the next, and returns the last group's forms, which start at
+// LastFormsAt(rows).
+CH_HELPER __m128i PackForms(__m256i first, __m256i second, uint32_t rows, uint8_t* out) {
+  const FormGroups groups = GroupForms(first, second, rows);
+  for (int g = 0; g < 3; ++g) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + groups.at[g]), groups.forms[g]);
+  }
+  return groups.forms[3];
+}
 
 // Where the last store of StoreForms goes for a block of more than 16 units.
 CH_HELPER size_t LastStoreAt(const uint32_t (&rows)[2]) {
@@ -788,11 +807,7 @@ CH_HELPER void ThreeByteForms(__m256i units, uint8_t* out, size_t from, size_t e
   const __m128i pieces[] = {_mm256_castsi256_si128(low), _mm256_castsi256_si128(high),
                             _mm256_extracti128_si256(low, 1), _mm256_extracti128_si256(high, 1)};
   for (size_t p = 0, at = from; p < std::size(pieces) && at < end; ++p, at += 12) {
-    if (at + sizeof(__m128i) <= end) {
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at), pieces[p]);
-    } else {
-      StoreFirst(out + at, pieces[p], end - at);
-    }
+    StoreBefore(out, at, pieces[p], end);
   }
 }
 
@@ -820,40 +835,37 @@ CH_HELPER __m128i StoreForms(const __m256i (&v)[2], const UnitKinds (&kinds)[2],
   return last;
 }
 
+// The forms of the 16 units of `u` from `out + at` on (`at` at most `end`),
+// but for the bytes from `end` on, which are not written.
+CH_HELPER void StoreFormsBefore(uint8_t* out, size_t at, __m256i u, const UnitKinds& kinds,
+                                uint32_t rows, size_t end) {
+  if (rows == 0) {  // ASCII units are their low bytes
+    StoreBefore(out, at,
+                _mm_packus_epi16(_mm256_castsi256_si128(u), _mm256_extracti128_si256(u, 1)), end);
+    return;
+  }
+  __m256i first, second;
+  EncodeUtf16(u, kinds, first, second);
+  const FormGroups groups = GroupForms(first, second, rows);
+  for (size_t g = 0; g < std::size(groups.at) && at + groups.at[g] < end; ++g) {
+    StoreBefore(out, at + groups.at[g], groups.forms[g], end);
+  }
+}
+
 // Such a block (see StoreForms) that the run's loop does not take in place
-// (near the room's end, or with a surrogate): straight into place when it is
-// whole, has no surrogate and its last store fits in the room, which then
-// keeps what the room held past the output; else into a local buffer first,
-// then what the plan takes. Out of line, so that the loop over the blocks
-// before keeps its registers; for the same reason the block's output and its
-// surrogate test are worked out again here rather than passed (passing them
-// made the mixed page and sentence 3 to 7 % slower).
+// (near the room's end, or with a surrogate): the units the plan takes,
+// straight into place, each store cut where their bytes end. Out of line, so
+// that the loop over the blocks before keeps its registers; for the same
+// reason the block's kinds are worked out again here rather than passed
+// (passing them made the mixed page and sentence 3 to 7 % slower).
 __attribute__((noinline)) CH_TARGET Utf16Plan Avx2LastForms(__m256i v0, __m256i v1, uint32_t rows0,
                                                             uint32_t rows1, size_t len,
                                                             uint8_t* dst, size_t room) {
-  const __m256i v[] = {v0, v1};
   const UnitKinds kinds[] = {KindsOf(v0), KindsOf(v1)};
-  const uint32_t rows[] = {rows0, rows1};
-  const size_t bytes = len + CountOnes(rows0) + CountOnes(rows1);
-  const size_t lastAt = LastStoreAt(rows);
-  const __m256i surrogate = _mm256_or_si256(kinds[0].surrogate, kinds[1].surrogate);
-  if (_mm256_testz_si256(surrogate, surrogate) && len == kUnits &&
-      lastAt + sizeof(__m128i) <= room) {
-    const __m128i held = _mm_loadu_si128(reinterpret_cast<const __m128i*>(dst + lastAt));
-    size_t at = 0;
-    const __m128i last = StoreForms(v, kinds, rows, len, dst, at);
-    const __m128i kept =
-        _mm_cmpgt_epi8(_mm_set1_epi8(static_cast<char>(bytes - at)),
-                       _mm_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + at), _mm_blendv_epi8(held, last, kept));
-    return {len, bytes, false};
-  }
   const Utf16Plan plan = PlanUtf16(ClassifyUtf16(kinds, len), room);
-  uint8_t local[3 * kUnits + 16];
-  size_t at = 0;
-  const __m128i last = StoreForms(v, kinds, rows, len, local, at);
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(local + at), last);
-  CopyOut(dst, local, plan.bytes);
+  StoreFormsBefore(dst, 0, v0, kinds[0], rows0, plan.bytes);
+  const size_t half = kHalfUnits + CountOnes(rows0);
+  if (half < plan.bytes) StoreFormsBefore(dst, half, v1, kinds[1], rows1, plan.bytes);
   return plan;
 }
 
