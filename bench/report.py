@@ -2,15 +2,17 @@
 """Prints, as Markdown, the benchmark figures that docs/performance.md shows.
 
 Reads the Google Benchmark JSON that bench/report.sh leaves in a directory:
-run.json, the whole suite in one process, and o2.json, split and
+run<k>.json, the whole suite in process k, and o2-<k>.json, split and
 StringReplace in a plain -O2 build. Benchmarks are named
-<function>/<implementation>/<input>/<bytes>; every figure is the median of
-the repetitions. "ours" is the library as a caller gets it, at the widest
-level this CPU runs; the implementations named after a SIMD level are the
-same functions through that level's table, in the same process.
+<function>/<implementation>/<input>/<bytes>; every figure is the median over
+the processes of each one's median of its repetitions. "ours" is the library
+as a caller gets it, at the widest level this CPU runs; the implementations
+named after a SIMD level are the same functions through that level's table,
+in the same processes.
 
 Usage: report.py RESULTS_DIR
 """
+import glob
 import json
 import os
 import sys
@@ -24,17 +26,19 @@ SCALING_LIMIT = 1.2
 def load(directory):
     """{(function, impl, input, size): (bytes_per_second, real_time)} and the
     levels found; the -O2 build's implementations end in " -O2"."""
-    figures = {}
-    for name, suffix in (("run.json", ""), ("o2.json", " -O2")):
-        path = os.path.join(directory, name)
-        if not os.path.exists(path):
-            continue
-        for b in json.load(open(path))["benchmarks"]:
-            if b.get("aggregate_name", "median") != "median" or b.get("error_occurred"):
-                continue
-            function, impl, text, size = b["run_name"].split("/")[:4]
-            figures[(function, impl + suffix, text, int(size))] = (b.get("bytes_per_second", 0.0),
-                                                                   b["real_time"])
+    runs = {}
+    for pattern, suffix in (("run*.json", ""), ("o2*.json", " -O2")):
+        for path in sorted(glob.glob(os.path.join(directory, pattern))):
+            for b in json.load(open(path))["benchmarks"]:
+                if b.get("aggregate_name", "median") != "median" or b.get("error_occurred"):
+                    continue
+                function, impl, text, size = b["run_name"].split("/")[:4]
+                runs.setdefault((function, impl + suffix, text, int(size)), []).append(
+                    (b.get("bytes_per_second", 0.0), b["real_time"]))
+    # The lower middle of each row's processes, by throughput: with an odd
+    # number of them, the median, and a row's throughput and time stay those
+    # of one process.
+    figures = {key: sorted(r)[(len(r) - 1) // 2] for key, r in runs.items()}
     levels = [l for l in LEVELS if any(k[1] == l for k in figures)]
     return figures, levels
 
@@ -85,7 +89,7 @@ def main():
     gbs = lambda key: figures[key][0] / 1e9
 
     print(open(os.path.join(sys.argv[1], "machine.txt")).read().strip().replace("\n", "; "))
-    print(f"Levels in the process: {', '.join(levels)}; \"ours\" is the widest, {levels[-1]}.\n")
+    print(f"Levels in the processes: {', '.join(levels)}; \"ours\" is the widest, {levels[-1]}.\n")
 
     print("| function | input | size | anchor | anchor GB/s | ours GB/s | ratio | target | met "
           "| avx2 GB/s | ratio | target | met |")

@@ -1,20 +1,25 @@
 #!/usr/bin/env bash
 # Regenerates every figure of docs/performance.md with one command: builds the
-# bench preset and runs the whole suite once, in one process, every
-# implementation interleaved at random: the library as a caller gets it
-# (the widest SIMD level this CPU runs), each level through its own table,
-# ICU, iconv, Abseil, memcpy, cmp and the file benchmarks. So every ratio,
-# between levels as well, comes from one run of one binary. split and
-# StringReplace run once more against Abseil in a plain -O2 build, as
-# distributions build the library. Then it prints the tables
-# (bench/report.py) and redraws the chart (bench/chart.py,
+# bench preset and runs the whole suite, every implementation interleaved at
+# random in each process: the library as a caller gets it (the widest SIMD
+# level this CPU runs), each level through its own table, ICU, iconv, Abseil,
+# memcpy, cmp and the file benchmarks. So every ratio, between levels as
+# well, comes from one binary. split and StringReplace run once more against
+# Abseil in a plain -O2 build, as distributions build the library. Then it
+# prints the tables (bench/report.py) and redraws the chart (bench/chart.py,
 # docs/conversion-throughput.svg) from the JSON.
+#
+# The suite runs in PROCESSES processes one after the other, and a figure is
+# the median of the processes' medians: on a shared virtual machine a whole
+# process can run a row a third faster or slower than the next one does, the
+# same binary and code, which more repetitions inside one process do not
+# even out.
 #
 # Usage: bench/report.sh [extra benchmark flags...]
 #   RESULTS   directory for the JSON and the tables (default build/bench/results)
-#   REPETITIONS (default 5) and MIN_TIME (seconds, default 0.1) per benchmark;
-#   medians are reported. About ten minutes on two cores.
-#   Extra flags go to both runs.
+#   PROCESSES (default 3), REPETITIONS per process (default 3) and MIN_TIME
+#   (seconds, default 0.1) per benchmark. About ten minutes on two cores.
+#   Extra flags go to every run.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -41,7 +46,7 @@ start=$SECONDS
 run() {  # run BINARY NAME FILTER [flags...]
   local bin=$1 name=$2 filter=$3
   shift 3
-  if ! "$bin" --benchmark_filter="$filter" --benchmark_repetitions="${REPETITIONS:-5}" \
+  if ! "$bin" --benchmark_filter="$filter" --benchmark_repetitions="${REPETITIONS:-3}" \
     --benchmark_min_time="${MIN_TIME:-0.1}" --benchmark_enable_random_interleaving=true \
     --benchmark_report_aggregates_only=true --benchmark_out="$results/$name.json" \
     --benchmark_out_format=json "$@" >"$results/$name.log" 2>&1; then
@@ -49,8 +54,10 @@ run() {  # run BINARY NAME FILTER [flags...]
     exit 1
   fi
 }
-run "$binary" run . "$@"
-run build/bench-o2/bench/commonhelpers_bench o2 '^(split|StringReplace)/' "$@"
+for p in $(seq "${PROCESSES:-3}"); do
+  run "$binary" "run$p" . "$@"
+  run build/bench-o2/bench/commonhelpers_bench "o2-$p" '^(split|StringReplace)/' "$@"
+done
 echo "load after the run: $(cut -d' ' -f1-3 /proc/loadavg)" >>"$results/machine.txt"
 
 "$python" bench/report.py "$results" | tee "$results/report.md"
