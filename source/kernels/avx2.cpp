@@ -1,8 +1,8 @@
 // AVX2 kernels: blocks of 64 bytes or 32 units in two registers. What a
 // block keeps is packed eight 16-bit units, four characters or eight bytes at
 // a time by a byte shuffle from a table built at compile time, and stored in
-// place (near the end of the room, into a local buffer copied out at its
-// exact length). Chinese text from UTF-8 goes 16 characters at a time.
+// place (near the end of the room, each store cut where the output ends).
+// Chinese text from UTF-8 goes 16 characters at a time.
 #include <immintrin.h>
 
 #include <cstdint>
