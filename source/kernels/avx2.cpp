@@ -470,8 +470,10 @@ CH_HELPER void WidenFirst(const __m256i (&v)[2], uint16_t* to, size_t count) {
 }
 
 // `piece` at `out + at` (`at` at most `end`), but for its bytes from `end`
-// on, which are not written.
-CH_HELPER void StoreBefore(uint8_t* out, size_t at, __m128i piece, size_t end) {
+// on, which are not written. Left to the compiler to inline, as it does where
+// `end` is known when compiled: an unoptimized build then has one copy of its
+// tests rather than one per call.
+CH_TARGET inline void StoreBefore(uint8_t* out, size_t at, __m128i piece, size_t end) {
   if (end - at >= sizeof(__m128i)) {
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at), piece);
   } else {
