@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <random>
@@ -16,15 +17,18 @@ namespace {
 using commonhelpers_internal::RunEnd;
 using kernel_diff::Kernels;
 
-// Levels() in order, each with the number of characters its Chinese shape takes at a time, and
-// whether it also takes the last characters of a Chinese text, fewer than a group, at once.
+// Levels() in order, each with the number of characters its Chinese shape takes at a time, the
+// bytes a text needs for it to take them, and whether it also takes the last characters of a
+// Chinese text, fewer than a group, at once.
 struct Level {
   std::string name;
-  size_t group;
+  size_t group, shortest;
   bool takesTheEnd;
 };
-const Level kLevels[] = {
-    {"scalar", 1, true}, {"sse2", 8, false}, {"avx2", 16, true}, {"avx512", 32, false}};
+const Level kLevels[] = {{"scalar", 1, 0, true},
+                         {"sse2", 8, 0, false},
+                         {"avx2", 16, 64, true},
+                         {"avx512", 32, 0, false}};
 
 // Runs of one plain piece, long enough for whole blocks of the widest level,
 // each ended by a rare one (and in half of the texts some ASCII at the end): a full-width space or
@@ -143,17 +147,29 @@ const std::string kNotHalfWidth[] = {"\xE4\xE4\xE4", "\xEF\xE3\x80", "\xE3\x80\x
                                      "\xEF\xBC",     "\xE3",         "\xE4\xBD"};
 
 // Each level's Chinese shape alone, on three-byte characters of every edge, in half of the texts
-// followed by a piece it must not take: of the characters that the scalar level takes, it takes
-// every whole group of its size (all of them when they are the whole text, at a level that takes
-// the end) and no more, and writes their units and nothing after them.
+// followed by a piece it must not take (and at every length about one block, followed by each):
+// of the characters that the scalar level takes, it takes every whole group of its size from a
+// text long enough (all of them when they are the whole text, at a level that takes the end) and
+// no more, and writes their units and nothing after them.
 TEST(Kernels, ChineseShapeTakesEveryWholeGroupOfChineseText) {
   std::mt19937 random(11);
+  std::vector<std::string> texts;
   for (int round = 0; round < 300; ++round) {
     std::string text;
     for (size_t k = round % 101; k > 0; --k) text += kCharacters[4 + random() % 5].first;
     if (round % 2 != 0) text += kNotUtf8[random() % std::size(kNotUtf8)] + text;
-    const std::vector<uint8_t> src(text.begin(), text.end());  // exactly n bytes, for ASan
-    const size_t cap = round % 3 != 0 ? src.size() : random() % (src.size() / 3 + 2);
+    texts.push_back(text);
+  }
+  for (size_t k = 15; k <= 22; ++k) {
+    for (const std::string& after : kNotUtf8) {
+      std::string text;
+      for (size_t c = 0; c < k; ++c) text += kCharacters[4 + c % 5].first;
+      texts.push_back(text + after);
+    }
+  }
+  for (size_t t = 0; t < texts.size(); ++t) {
+    const std::vector<uint8_t> src(texts[t].begin(), texts[t].end());  // exactly n bytes, for ASan
+    const size_t cap = t % 3 != 0 ? src.size() : random() % (src.size() / 3 + 2);
     std::vector<uint16_t> want(cap + 8, 0x5A);
     const size_t all =
         kernel_diff::Levels()[0]->threeByteGroups(src.data(), src.size(), want.data(), cap);
@@ -164,8 +180,112 @@ TEST(Kernels, ChineseShapeTakesEveryWholeGroupOfChineseText) {
       const size_t taken = level->threeByteGroups(src.data(), src.size(), got.data(), cap);
       std::fill(expected.begin() + static_cast<ptrdiff_t>(taken), expected.end(), 0x5A);
       const bool whole = kLevels[k].takesTheEnd && 3 * all == src.size();
-      EXPECT_EQ(taken, whole ? all : all - all % kLevels[k].group) << level->name;
-      ASSERT_EQ(got, expected) << level->name << ", round " << round;
+      const size_t groups = src.size() >= kLevels[k].shortest ? all - all % kLevels[k].group : 0;
+      EXPECT_EQ(taken, whole ? all : groups) << level->name << ", text " << t;
+      ASSERT_EQ(got, expected) << level->name << ", text " << t;
+    }
+  }
+}
+
+// The levels whose table has the cheaper test in `slot`.
+template <typename Slot>
+std::vector<std::pair<std::string, Slot>> CheaperTests(Slot Kernels::*slot) {
+  std::vector<std::pair<std::string, Slot>> tests;
+  for (const Kernels* level : kernel_diff::Levels()) {
+    if (level->*slot != nullptr) tests.emplace_back(level->name, level->*slot);
+  }
+  return tests;
+}
+
+// Where each character of well-formed UTF-8 ends in `bytes`, and whether the last ends with it
+// (else it is the start of one, cut short); empty if the bytes are not such a start of a text.
+struct Utf8Ends {
+  std::vector<size_t> ends;
+  bool whole = true;
+};
+Utf8Ends EndsOf(const std::string& bytes) {
+  Utf8Ends found;
+  for (size_t at = 0; at < bytes.size();) {
+    const uint8_t lead = static_cast<uint8_t>(bytes[at]);
+    const size_t length = lead < 0x80                   ? 1
+                          : lead >= 0xC2 && lead < 0xE0 ? 2
+                          : lead >= 0xE0 && lead < 0xF0 ? 3
+                                                        : 0;
+    // The allowed range of the byte after the lead, the others' being 80..BF.
+    const uint8_t low = lead == 0xE0 ? 0xA0 : 0x80, high = lead == 0xED ? 0x9F : 0xBF;
+    for (size_t k = 1; k < length && at + k < bytes.size(); ++k) {
+      const uint8_t b = static_cast<uint8_t>(bytes[at + k]);
+      if (k == 1 ? b < low || b > high : b < 0x80 || b > 0xBF) return {};
+    }
+    if (length == 0) return {};
+    at += length;
+    found.whole = at <= bytes.size();
+    if (found.whole) found.ends.push_back(at - 1);
+  }
+  return found;
+}
+
+// The cheaper plan of a block of UTF-8 after a well-formed one, on well-formed text and on text
+// with one byte changed in the block: it takes the block exactly when it is well formed (up to a
+// character its end cuts short) and the characters that end in it fit, and at the text's end
+// only when no character is cut short.
+TEST(Kernels, TheCheaperPlanFromUtf8TakesEveryBlockWithoutAFault) {
+  const auto tests = CheaperTests(&Kernels::faultFreeBlock);
+  if (tests.empty()) GTEST_SKIP() << "no level has a cheaper plan";
+  const uint8_t kOddBytes[] = {0x00, 0x7F, 0x80, 0x8F, 0x9F, 0xA0, 0xBF, 0xC0, 0xC1,
+                               0xC2, 0xDF, 0xE0, 0xED, 0xEF, 0xF0, 0xF4, 0xF8, 0xFF};
+  std::mt19937 random(13);
+  for (int round = 0; round < 20000; ++round) {
+    std::string text;
+    while (text.size() < 128) text += kCharacters[random() % std::size(kCharacters)].first;
+    text.resize(128);
+    if (round % 2 != 0)
+      text[64 + random() % 64] = static_cast<char>(kOddBytes[random() % std::size(kOddBytes)]);
+    const Utf8Ends ends = EndsOf(text);
+    const size_t count = static_cast<size_t>(
+        std::count_if(ends.ends.begin(), ends.ends.end(), [](size_t end) { return end >= 64; }));
+    const size_t room = round % 3 == 0 ? 64 : count + random() % 3 - 1;
+    const bool atEnd = round % 5 == 0;
+    const bool takes = !ends.ends.empty() && count <= room && !(atEnd && !ends.whole);
+    const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
+    for (const auto& [name, takesBlock] : tests) {
+      ASSERT_EQ(takesBlock(bytes, bytes + 64, room, atEnd), takes)
+          << name << ", room " << room << (atEnd ? ", at the end: " : ": ")
+          << testing::PrintToString(text.substr(64));
+    }
+  }
+}
+
+// The test of blocks that stay as they are in fullToHalf, on blocks of one character repeated
+// from each place of a unit: it takes those of ASCII and of every three-byte character that does
+// not change, but for the rare ones it names, and refuses every one that changes; and it refuses
+// a block whose last lead takes another lead after the block.
+TEST(Kernels, TheTestOfBlocksThatStayTakesEveryBlockThatDoesNotChange) {
+  const auto tests = CheaperTests(&Kernels::staysAsItIs);
+  if (tests.empty()) GTEST_SKIP() << "no level has a test of blocks that stay";
+  const auto rare = [](uint32_t cp) {
+    return (cp >= 0x2060 && cp <= 0x2C68) || cp == 0x3400 || cp == 0x3800 || cp == 0x3C00 ||
+           (cp >= 0xE000 && cp <= 0xF8FF) || (cp >= 0xFB03 && cp <= 0xFB5F) || cp == 0xFF40 ||
+           cp == 0xFF5F;
+  };
+  for (uint32_t cp = 0x800; cp <= 0xFFFF; cp += cp == 0xD7FF ? 0x801 : 1) {
+    if (rare(cp)) continue;
+    const std::string c = {static_cast<char>(0xE0 | (cp >> 12)),
+                           static_cast<char>(0x80 | ((cp >> 6) & 0x3F)),
+                           static_cast<char>(0x80 | (cp & 0x3F))};
+    std::string block(cp % 3, 'a');
+    while (block.size() < 66) block += c;
+    const bool stays = commonhelpers_internal::HalfWidthOf(cp) == 0;
+    for (const auto& [name, staysAsItIs] : tests) {
+      ASSERT_EQ(staysAsItIs(reinterpret_cast<const uint8_t*>(block.data())), stays)
+          << name << ", U+" << std::hex << cp;
+    }
+  }
+  for (const std::string& block : {std::string(66, 'a'), std::string(63, 'a') + "\xE4\xE4\xBD",
+                                   std::string(62, 'a') + "\xE4\xBD\xE4\xBD"}) {
+    for (const auto& [name, staysAsItIs] : tests) {
+      EXPECT_EQ(staysAsItIs(reinterpret_cast<const uint8_t*>(block.data())), block[63] == 'a')
+          << name << ": " << testing::PrintToString(block);
     }
   }
 }

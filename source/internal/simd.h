@@ -65,13 +65,33 @@ using CpuCheck = bool (*)();
 // characters (U+0800 to U+FFFF, no surrogate) into `dst` (room for `cap`
 // units), for as long as the text and the room hold whole groups; returns
 // the characters taken. A group is one character at the scalar level and 8,
-// 16 or 32 at the others, each taken as soon as its own bytes are known: a
+// 16 or 32 at the others, each taken as soon as its own bytes are known (at
+// AVX2, in a text of at least 64 bytes, as shorter ones are one tail): a
 // level takes every whole group of the characters that the scalar level
 // takes, so a shape that refuses Chinese text is a failing test, not only a
 // slower run. AVX2 also takes the characters of the last 63 bytes or fewer
 // at once, when the text ends with them and they are all of that kind and
 // fit.
 using ThreeByteGroups = size_t (*)(const uint8_t* src, size_t n, uint16_t* dst, size_t cap);
+
+// The cheaper tests that a level tries on a block before its general plan,
+// each on its own, for the tests: a cheaper test that refuses a block of the
+// kind it is for changes no result, only the speed. Null at a level without
+// such a test.
+//
+// UTF-8 to UTF-16: whether the whole block of 64 bytes at `block`, after the
+// 64 at `before` (well formed, and taken), has its plan worked out without
+// the general one: every such block that has no fault (no byte out of place
+// in a character of one to three bytes, its last one or two bytes possibly
+// the start of one), whose characters ending in it fit in `room` units, and,
+// where it ends the text (`atEnd`), cuts no character short.
+using FaultFreeBlock = bool (*)(const uint8_t* before, const uint8_t* block, size_t room,
+                                bool atEnd);
+// fullToHalf: whether the 64 bytes at `block`, and the two after them, pass
+// the level's test of blocks that stay as they are: every such block of
+// units that do not change, but for some rare characters (see the level),
+// each lead in its last two bytes followed by no other lead in its next two.
+using StaysAsItIs = bool (*)(const uint8_t* block);
 
 // Each slot has a type of its own, so that a table with two kernels swapped
 // does not compile.
@@ -83,18 +103,18 @@ struct Kernels {
   HalfWidthRun halfWidth;
   LengthScan16 terminatedLength16;
   ThreeByteGroups threeByteGroups;
+  FaultFreeBlock faultFreeBlock;
+  StaysAsItIs staysAsItIs;
 };
 
+template <typename... Slots>
+constexpr bool kAllDistinct = true;
 template <typename Slot, typename... Others>
-constexpr bool kDistinctFrom = !(std::is_same_v<Slot, Others> || ...);
-static_assert(
-    kDistinctFrom<CpuCheck, Utf8To16Run, Utf16To8Run, HalfWidthRun, LengthScan16,
-                  ThreeByteGroups> &&
-        kDistinctFrom<Utf8To16Run, Utf16To8Run, HalfWidthRun, LengthScan16, ThreeByteGroups> &&
-        kDistinctFrom<Utf16To8Run, HalfWidthRun, LengthScan16, ThreeByteGroups> &&
-        kDistinctFrom<HalfWidthRun, LengthScan16, ThreeByteGroups> &&
-        kDistinctFrom<LengthScan16, ThreeByteGroups>,
-    "every slot of Kernels needs a type of its own");
+constexpr bool kAllDistinct<Slot, Others...> =
+    !(std::is_same_v<Slot, Others> || ...) && kAllDistinct<Others...>;
+static_assert(kAllDistinct<CpuCheck, Utf8To16Run, Utf16To8Run, HalfWidthRun, LengthScan16,
+                           ThreeByteGroups, FaultFreeBlock, StaysAsItIs>,
+              "every slot of Kernels needs a type of its own");
 
 // Every level this build has, narrowest (scalar) first, whether or not the
 // CPU runs it; `*pcount` receives their number, at most kMaxLevels. Defined

@@ -344,7 +344,10 @@ CH_HELPER __m256i Faults(const __m256i (&v)[2], __m256i prev, int k) {
 // character short: their characters end where the next byte is no
 // continuation byte, and what they leave open the next block is in their
 // last two bytes. (The zeros after the last bytes of a text are no
-// continuation bytes, so a character they cut short is a fault.)
+// continuation bytes, so a character they cut short is a fault.) With
+// `kCheaperOnly`, for the tests, any other block gets a plan that stops
+// (which the cheaper one never does) instead of the general one.
+template <bool kCheaperOnly = false>
 CH_HELPER Utf8Plan PlanBlock(const __m256i (&v)[2], __m256i prev, const Utf8Bytes& left,
                              const uint8_t* block, size_t room) {
   const __m256i faults = _mm256_or_si256(Faults(v, prev, 0), Faults(v, prev, 1));
@@ -367,6 +370,7 @@ CH_HELPER Utf8Plan PlanBlock(const __m256i (&v)[2], __m256i prev, const Utf8Byte
       return {ends, count, false, 0, next};
     }
   }
+  if constexpr (kCheaperOnly) return {0, 0, true, 0, {}};
   return PlanUtf8(ClassifyUtf8(v, prev, left), room);
 }
 
@@ -549,13 +553,12 @@ CH_HELPER size_t ChineseTail(const uint8_t* from, size_t rest, uint16_t* to, siz
 }
 
 // Chinese text: 16 three-byte characters at a time for as long as it lasts,
-// where the first 32 bytes are the leads of such characters and the text
-// holds at least `least` bytes (48, one group, or more); then, where fewer
-// than 64 bytes are left, the characters of those at once (see ChineseTail).
-CH_HELPER size_t ChineseGroups(const uint8_t* src, size_t n, uint16_t* dst, size_t cap,
-                               size_t least) {
+// where the first 32 bytes are the leads of such characters and at least a
+// block is left; then, where fewer than 64 bytes are left (a sentence), the
+// characters of those at once (see ChineseTail).
+CH_HELPER size_t ChineseGroups(const uint8_t* src, size_t n, uint16_t* dst, size_t cap) {
   size_t at = 0, o = 0;
-  if (n >= least && ThreeByteLeads(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(src)))) {
+  if (n >= kBytes && ThreeByteLeads(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(src)))) {
     for (; n - at >= 48 && cap - o >= 16 && ThreeByteChars(src + at, dst + o); at += 48, o += 16) {
     }
   }
@@ -563,8 +566,21 @@ CH_HELPER size_t ChineseGroups(const uint8_t* src, size_t n, uint16_t* dst, size
   return o;
 }
 
+// As the run takes them (the end of a text of one block too).
 CH_TARGET size_t Avx2ThreeByteGroups(const uint8_t* src, size_t n, uint16_t* dst, size_t cap) {
-  return ChineseGroups(src, n, dst, cap, 48);
+  return ChineseGroups(src, n, dst, cap);
+}
+
+// The cheaper tests alone, for the tests (see FaultFreeBlock and StaysAsItIs).
+CH_TARGET bool Avx2WithoutFaults(const uint8_t* before, const uint8_t* block, size_t room,
+                                 bool atEnd) {
+  __m256i v[2], prev[2];
+  Load(before, prev);
+  Load(block, v);
+  Utf8Bytes left = {};
+  left.len = kBytes;
+  left.atEnd = atEnd;
+  return !PlanBlock<true>(v, prev[1], left, block, room).stop;
 }
 
 // The `count` characters of a block that end where `ends` has a bit, as
@@ -641,8 +657,7 @@ CH_TARGET RunEnd Avx2Utf8Blocks(const uint8_t* src, size_t n, size_t i, uint16_t
     // Chinese text, from the first character not taken yet. The next block
     // starts at a character, so needs no bytes before it.
     const size_t start = i - left.open;
-    // (Whole groups not for the last block of a text, which is one tail.)
-    const size_t taken = ChineseGroups(src + start, n - start, dst + o, cap - o, kBytes);
+    const size_t taken = ChineseGroups(src + start, n - start, dst + o, cap - o);
     if (taken != 0) {
       i = start + 3 * taken;
       o += taken;
@@ -683,7 +698,7 @@ CH_TARGET RunEnd Avx2Utf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* 
     WidenFirst(v, dst + o, take);
     return {i + take, o + take};
   }
-  const size_t taken = ChineseGroups(src + i, len, dst + o, cap - o, kBytes);
+  const size_t taken = ChineseGroups(src + i, len, dst + o, cap - o);
   if (taken != 0) return Avx2Utf8Blocks(src, n, i + 3 * taken, dst, cap, o + taken);
   const __m256i none = _mm256_setzero_si256();
   Utf8Bytes only = {};
@@ -1061,6 +1076,11 @@ CH_HELPER bool StaysAsItIs(const uint8_t* from, __m256i (&x)[2]) {
   return _mm256_testz_si256(open, open);
 }
 
+CH_TARGET bool Avx2StaysAsItIs(const uint8_t* block) {
+  __m256i x[2];
+  return StaysAsItIs(block, x);
+}
+
 CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* out, size_t& ro) {
   size_t i = ri;
   size_t o = ro;
@@ -1180,7 +1200,8 @@ CH_TARGET CH_WHOLE_BLOCKS size_t Avx2TerminatedLength16(const uint16_t* text) {
 }  // namespace
 
 extern const Kernels kAvx2Kernels = {
-    "avx2",        Avx2Supported,          Avx2Utf8To16,       Avx2Utf16To8,
-    Avx2HalfWidth, Avx2TerminatedLength16, Avx2ThreeByteGroups};
+    "avx2",         Avx2Supported,          Avx2Utf8To16,        Avx2Utf16To8,
+    Avx2HalfWidth,  Avx2TerminatedLength16, Avx2ThreeByteGroups, Avx2WithoutFaults,
+    Avx2StaysAsItIs};
 
 }  // namespace commonhelpers_internal

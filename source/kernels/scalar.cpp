@@ -96,6 +96,8 @@ extern const Kernels kScalarKernels = {"scalar",
                                        ScalarUtf16To8,
                                        ScalarHalfWidth,
                                        ScalarTerminatedLength16,
-                                       ScalarThreeByteGroups};
+                                       ScalarThreeByteGroups,
+                                       nullptr,
+                                       nullptr};
 
 }  // namespace commonhelpers_internal

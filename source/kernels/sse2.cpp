@@ -311,7 +311,8 @@ CH_TARGET CH_WHOLE_BLOCKS size_t Sse2TerminatedLength16(const uint16_t* text) {
 }  // namespace
 
 extern const Kernels kSse2Kernels = {
-    "sse2",        Sse2Supported,          Sse2Utf8To16,       Sse2Utf16To8,
-    Sse2HalfWidth, Sse2TerminatedLength16, Sse2ThreeByteGroups};
+    "sse2",        Sse2Supported,          Sse2Utf8To16,        Sse2Utf16To8,
+    Sse2HalfWidth, Sse2TerminatedLength16, Sse2ThreeByteGroups, nullptr,
+    nullptr};
 
 }  // namespace commonhelpers_internal
