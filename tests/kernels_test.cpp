@@ -95,27 +95,16 @@ TEST(Kernels, ALeadCutShortSwallowsTheStartOfTheCharacterAfterIt) {
   }
 }
 
-// A continuation byte that no lead claims, after every number of ASCII bytes
-// and before more of them: every level stops right there, also where nothing
-// else in its block is at fault.
-TEST(Kernels, AStrayContinuationByteStopsEveryLevelWhereItStands) {
+// After every number of ASCII bytes, a continuation byte that no lead claims before more of them,
+// or a character cut short by the end of the text: every level stops right before it, also where
+// nothing else in its block is at fault and where the text is one whole block.
+TEST(Kernels, EveryLevelStopsRightBeforeAStrayByteOrACharacterCutShortByTheEnd) {
   for (size_t before = 0; before < 192; ++before) {
-    for (const char* stray : {"\x80", "\xBF"}) {
-      const std::string text =
-          std::string(before, 'a') + stray + std::string(192, before % 2 ? 'a' : 'b');
-      ASSERT_EQ(kernel_diff::Differences(text, before), "") << before << " " << stray[0];
-    }
-  }
-}
-
-// A character cut short by the end of the text, after every number of ASCII
-// bytes: every level stops right before it, also where the text is one whole
-// block.
-TEST(Kernels, ACharacterCutShortByTheEndIsNeverTaken) {
-  for (size_t before = 0; before < 192; ++before) {
-    for (const char* cut : {"\xC3", "\xE4", "\xE4\xBD"}) {
-      const std::string text = std::string(before, 'a') + cut;
-      ASSERT_EQ(kernel_diff::Differences(text, before), "") << before << " " << cut;
+    const std::string after(192, before % 2 ? 'a' : 'b');
+    for (const std::string& piece : {"\x80" + after, "\xBF" + after, std::string("\xC3"),
+                                     std::string("\xE4"), std::string("\xE4\xBD")}) {
+      ASSERT_EQ(kernel_diff::Differences(std::string(before, 'a') + piece, before), "")
+          << before << " " << testing::PrintToString(piece.substr(0, 2));
     }
   }
 }
@@ -191,11 +180,10 @@ TEST(Kernels, ChineseShapeTakesEveryWholeGroupOfChineseText) {
 // character its end cuts short, which the scalar level takes when completed) and the characters
 // that end in it fit, and at the text's end only when no character is cut short.
 TEST(Kernels, TheCheaperPlanFromUtf8TakesEveryBlockWithoutAFault) {
-  const Kernels* scalar = kernel_diff::Levels()[0];
-  const auto run = [scalar](const std::string& text) {
+  const auto run = [](const std::string& text) {
     uint16_t units[256];
-    return scalar->utf8To16(reinterpret_cast<const uint8_t*>(text.data()), text.size(), 0, units,
-                            std::size(units), 0);
+    return kernel_diff::Levels()[0]->utf8To16(reinterpret_cast<const uint8_t*>(text.data()),
+                                              text.size(), 0, units, std::size(units), 0);
   };
   const uint8_t kOddBytes[] = {0x00, 0x7F, 0x80, 0x8F, 0x9F, 0xA0, 0xBF, 0xC0, 0xC1,
                                0xC2, 0xDF, 0xE0, 0xED, 0xEF, 0xF0, 0xF4, 0xF8, 0xFF};
@@ -229,11 +217,6 @@ TEST(Kernels, TheCheaperPlanFromUtf8TakesEveryBlockWithoutAFault) {
 // not change, but for the rare ones it names, and refuses every one that changes; and it refuses
 // a block whose last lead takes another lead after the block.
 TEST(Kernels, TheTestOfBlocksThatStayTakesEveryBlockThatDoesNotChange) {
-  const auto rare = [](uint32_t cp) {
-    return (cp >= 0x2060 && cp <= 0x2C68) || cp == 0x3400 || cp == 0x3800 || cp == 0x3C00 ||
-           (cp >= 0xE000 && cp <= 0xF8FF) || (cp >= 0xFB03 && cp <= 0xFB5F) || cp == 0xFF40 ||
-           cp == 0xFF5F;
-  };
   std::vector<std::pair<std::string, bool>> blocks = {
       {std::string(66, 'a'), true},
       {std::string(63, 'a') + "\xE4\xE4\xBD", false},
@@ -241,13 +224,48 @@ TEST(Kernels, TheTestOfBlocksThatStayTakesEveryBlockThatDoesNotChange) {
   for (uint32_t cp = 0x800; cp <= 0xFFFF; cp += cp == 0xD7FF ? 0x801 : 1) {
     std::string block(cp % 3, 'a');
     while (block.size() < 66) block += ThreeBytesOf(cp);
-    if (!rare(cp)) blocks.emplace_back(block, commonhelpers_internal::HalfWidthOf(cp) == 0);
+    const bool rare = (cp >= 0x2060 && cp <= 0x2C68) || cp == 0x3400 || cp == 0x3800 ||
+                      cp == 0x3C00 || (cp >= 0xE000 && cp <= 0xF8FF) ||
+                      (cp >= 0xFB03 && cp <= 0xFB5F) || cp == 0xFF40 || cp == 0xFF5F;
+    if (!rare) blocks.emplace_back(block, commonhelpers_internal::HalfWidthOf(cp) == 0);
   }
   for (const Kernels* level : kernel_diff::Levels()) {
     if (level->staysAsItIs == nullptr) continue;
     for (const auto& [block, stays] : blocks) {
       ASSERT_EQ(level->staysAsItIs(reinterpret_cast<const uint8_t*>(block.data())), stays)
           << level->name << ": " << testing::PrintToString(block);
+    }
+  }
+}
+
+// A level's runs without the scalar level's help, on ASCII and on Chinese text: each takes every
+// whole register of eight characters that fits (from UTF-8 a block of 64 ASCII bytes), and stops.
+TEST(Kernels, RunsWithoutTheScalarLevelTakeEveryWholeRegisterThatFits) {
+  std::mt19937 random(17);
+  for (int round = 0; round < 600; ++round) {
+    // Bytes of a character, and a length of whole blocks in every fourth round.
+    const size_t width = round % 2 ? 3 : 1, length = round % 4 ? random() % 300 : random() % 5 * 64;
+    const size_t block = width == 3 ? 8 : 64, whole = length / block * block;
+    // The room of all of them, of their whole registers or blocks, or any up to a few more.
+    const size_t rooms[] = {width * length, width * whole, random() % (width * length + 8)};
+    const size_t cap = rooms[round % 3];
+    std::string text;
+    for (size_t k = length; k > 0; --k) text += width == 3 ? "\xE4\xBD\xA0" : "a";
+    const std::u16string units(length, width == 3 ? u'\x4F60' : u'a');
+    std::vector<uint16_t> to16(cap + 8);
+    std::vector<uint8_t> to8(cap + 8);
+    const size_t from8 = std::min(length, cap) / block * block;
+    const size_t from16 = std::min(length / 8, cap / (8 * width)) * 8;
+    for (const Kernels* level : kernel_diff::Levels()) {
+      if (level->ownRuns == nullptr) continue;
+      const auto [i8, o8] = level->ownRuns->utf8To16(reinterpret_cast<const uint8_t*>(text.data()),
+                                                     text.size(), 0, to16.data(), cap, 0);
+      EXPECT_EQ(std::make_pair(i8, o8), std::make_pair(width * from8, from8))
+          << level->name << ": " << length << " into " << cap;
+      const auto [i16, o16] = level->ownRuns->utf16To8(
+          reinterpret_cast<const uint16_t*>(units.c_str()), length, 0, to8.data(), cap, 0);
+      EXPECT_EQ(std::make_pair(i16, o16), std::make_pair(from16, width * from16))
+          << level->name << ": " << length << " into " << cap;
     }
   }
 }

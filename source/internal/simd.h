@@ -4,9 +4,10 @@
 // source and defines a table of its kernels; the scalar level is one such
 // file too, and the levels file of the build lists them, narrowest first.
 // Every level's kernel has the same contract and the same result on every
-// input, down to where it stops: only the speed differs. No level falls back
-// on another: a run takes every character of its kind, in blocks as wide as
-// its level, and its caller takes the one character it stops at.
+// input, down to where it stops: only the speed differs. A run takes every
+// character of its kind, in blocks as wide as its level (SSE2 leaves the
+// characters of mixed blocks to the scalar level's run, see OwnRuns), and
+// its caller takes the one character it stops at.
 //
 // The level is chosen once, on first use, as the widest that the CPU
 // reports. COMMONHELPERS_SIMD=scalar|sse2|avx2|avx512 in the environment
@@ -93,6 +94,17 @@ using FaultFreeBlock = bool (*)(const uint8_t* before, const uint8_t* block, siz
 // each lead in its last two bytes followed by no other lead in its next two.
 using StaysAsItIs = bool (*)(const uint8_t* block);
 
+// A level's runs without the scalar level's help, for the tests: where its
+// run leaves characters to the scalar level's run, this one stops. On ASCII
+// or Chinese text (characters of one byte, or of three) they take every
+// whole register's worth that fits: eight characters, or from UTF-8 a block
+// of 64 ASCII bytes (SSE2, the one level that has such help). Null at a
+// level that takes every character itself.
+struct OwnRuns {
+  Utf8To16Run utf8To16;
+  Utf16To8Run utf16To8;
+};
+
 // Each slot has a type of its own, so that a table with two kernels swapped
 // does not compile.
 struct Kernels {
@@ -105,6 +117,7 @@ struct Kernels {
   ThreeByteGroups threeByteGroups;
   FaultFreeBlock faultFreeBlock;
   StaysAsItIs staysAsItIs;
+  const OwnRuns* ownRuns;
 };
 
 template <typename... Slots>
@@ -113,7 +126,7 @@ template <typename Slot, typename... Others>
 constexpr bool kAllDistinct<Slot, Others...> =
     !(std::is_same_v<Slot, Others> || ...) && kAllDistinct<Others...>;
 static_assert(kAllDistinct<CpuCheck, Utf8To16Run, Utf16To8Run, HalfWidthRun, LengthScan16,
-                           ThreeByteGroups, FaultFreeBlock, StaysAsItIs>,
+                           ThreeByteGroups, FaultFreeBlock, StaysAsItIs, const OwnRuns*>,
               "every slot of Kernels needs a type of its own");
 
 // Every level this build has, narrowest (scalar) first, whether or not the

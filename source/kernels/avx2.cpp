@@ -1199,9 +1199,15 @@ CH_TARGET CH_WHOLE_BLOCKS size_t Avx2TerminatedLength16(const uint16_t* text) {
 
 }  // namespace
 
-extern const Kernels kAvx2Kernels = {
-    "avx2",         Avx2Supported,          Avx2Utf8To16,        Avx2Utf16To8,
-    Avx2HalfWidth,  Avx2TerminatedLength16, Avx2ThreeByteGroups, Avx2WithoutFaults,
-    Avx2StaysAsItIs};
+extern const Kernels kAvx2Kernels = {"avx2",
+                                     Avx2Supported,
+                                     Avx2Utf8To16,
+                                     Avx2Utf16To8,
+                                     Avx2HalfWidth,
+                                     Avx2TerminatedLength16,
+                                     Avx2ThreeByteGroups,
+                                     Avx2WithoutFaults,
+                                     Avx2StaysAsItIs,
+                                     nullptr};
 
 }  // namespace commonhelpers_internal

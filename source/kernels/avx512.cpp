@@ -503,9 +503,15 @@ CH_TARGET CH_WHOLE_BLOCKS size_t Avx512TerminatedLength16(const uint16_t* text) 
 
 }  // namespace
 
-extern const Kernels kAvx512Kernels = {
-    "avx512",        Avx512Supported,          Avx512Utf8To16,        Avx512Utf16To8,
-    Avx512HalfWidth, Avx512TerminatedLength16, Avx512ThreeByteGroups, nullptr,
-    nullptr};
+extern const Kernels kAvx512Kernels = {"avx512",
+                                       Avx512Supported,
+                                       Avx512Utf8To16,
+                                       Avx512Utf16To8,
+                                       Avx512HalfWidth,
+                                       Avx512TerminatedLength16,
+                                       Avx512ThreeByteGroups,
+                                       nullptr,
+                                       nullptr,
+                                       nullptr};
 
 }  // namespace commonhelpers_internal

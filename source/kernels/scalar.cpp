@@ -98,6 +98,7 @@ extern const Kernels kScalarKernels = {"scalar",
                                        ScalarTerminatedLength16,
                                        ScalarThreeByteGroups,
                                        nullptr,
+                                       nullptr,
                                        nullptr};
 
 }  // namespace commonhelpers_internal

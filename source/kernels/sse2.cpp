@@ -110,6 +110,16 @@ CH_TARGET size_t Sse2ThreeByteGroups(const uint8_t* src, size_t n, uint16_t* dst
   return ChineseGroups(src, n, dst, cap);
 }
 
+// The scalar level's run, for the characters this level leaves to it; with
+// `kOwnOnly` (for the tests) none, the run stopping where it stands.
+template <bool kOwnOnly, typename Src, typename Dst>
+CH_HELPER RunEnd Handed(RunEnd (*run)(const Src*, size_t, size_t, Dst*, size_t, size_t),
+                        const Src* src, size_t n, size_t i, Dst* dst, size_t cap, size_t o) {
+  if constexpr (kOwnOnly) return {i, o};
+  return run(src, n, i, dst, cap, o);
+}
+
+template <bool kOwnOnly>
 CH_TARGET RunEnd Sse2Utf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* dst, size_t cap,
                               size_t o) {
   while (n - i >= kBytes) {
@@ -131,14 +141,15 @@ CH_TARGET RunEnd Sse2Utf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* 
     // The characters that start in the block; where the scalar level stops
     // before the block's end, so does the run.
     const size_t end = i + kBytes;
-    const RunEnd step = kScalarKernels.utf8To16(src, Smaller(n, end + kAhead), i, dst, cap, o);
+    const RunEnd step =
+        Handed<kOwnOnly>(kScalarKernels.utf8To16, src, Smaller(n, end + kAhead), i, dst, cap, o);
     if (step.i < end) return step;
     i = step.i;
     o = step.o;
   }
   // The last bytes (fewer than a block): Chinese text's groups first.
   const size_t taken = ChineseGroups(src + i, n - i, dst + o, cap - o);
-  return kScalarKernels.utf8To16(src, n, i + 3 * taken, dst, cap, o + taken);
+  return Handed<kOwnOnly>(kScalarKernels.utf8To16, src, n, i + 3 * taken, dst, cap, o + taken);
 }
 
 // The eight units of `units`, none below U+0800 and no surrogate, as the 24
@@ -198,6 +209,7 @@ CH_HELPER bool EightUnits(__m128i units, uint8_t* dst, size_t cap, size_t& o) {
   return false;
 }
 
+template <bool kOwnOnly>
 CH_TARGET RunEnd Sse2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* dst, size_t cap,
                               size_t o) {
   while (n - i >= kUnits) {
@@ -215,7 +227,7 @@ CH_TARGET RunEnd Sse2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* 
     // eight others, so does the run.
     for (int k = 0; k < 4; ++k, i += 8) {
       if (!EightUnits(v[k], dst, cap, o)) {
-        const RunEnd step = kScalarKernels.utf16To8(src, i + 8, i, dst, cap, o);
+        const RunEnd step = Handed<kOwnOnly>(kScalarKernels.utf16To8, src, i + 8, i, dst, cap, o);
         if (step.i < i + 8) return step;
         o = step.o;
       }
@@ -226,7 +238,7 @@ CH_TARGET RunEnd Sse2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* 
          EightUnits(_mm_loadu_si128(reinterpret_cast<const __m128i*>(src + i)), dst, cap, o)) {
     i += 8;
   }
-  return kScalarKernels.utf16To8(src, n, i, dst, cap, o);
+  return Handed<kOwnOnly>(kScalarKernels.utf16To8, src, n, i, dst, cap, o);
 }
 
 CH_TARGET void Sse2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* out, size_t& ro) {
@@ -308,11 +320,13 @@ CH_TARGET CH_WHOLE_BLOCKS size_t Sse2TerminatedLength16(const uint16_t* text) {
          2;
 }
 
+constexpr OwnRuns kSse2OwnRuns = {Sse2Utf8To16<true>, Sse2Utf16To8<true>};
+
 }  // namespace
 
 extern const Kernels kSse2Kernels = {
-    "sse2",        Sse2Supported,          Sse2Utf8To16,        Sse2Utf16To8,
+    "sse2",        Sse2Supported,          Sse2Utf8To16<false>, Sse2Utf16To8<false>,
     Sse2HalfWidth, Sse2TerminatedLength16, Sse2ThreeByteGroups, nullptr,
-    nullptr};
+    nullptr,       &kSse2OwnRuns};
 
 }  // namespace commonhelpers_internal
