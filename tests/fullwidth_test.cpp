@@ -5,8 +5,11 @@
 #include <vector>
 
 #include <commonhelpers/commonhelpers.h>
+#include "support/kernel_diff.h"
 
 namespace {
+
+using kernel_diff::ThreeBytesOf;
 
 // Normalizes `text` from an exact-size heap copy (so that ASan sees a read
 // past its terminator) into an exact-size heap destination, and again in
@@ -19,11 +22,6 @@ std::string Normalize(const std::string& text) {
   fullToHalf(in.data(), in.data(), &result);
   EXPECT_STREQ(in.data(), out.data()) << "in place";
   return out.data();
-}
-
-std::string Utf8(uint32_t cp) {
-  return {static_cast<char>(0xE0 | (cp >> 12)), static_cast<char>(0x80 | ((cp >> 6) & 0x3F)),
-          static_cast<char>(0x80 | (cp & 0x3F))};
 }
 
 // The conversion table, written out as characters.
@@ -44,8 +42,9 @@ TEST(FullToHalf, ConvertsExactlyTheTableOverAllThreeByteCharacters) {
   ASSERT_EQ(Table().size(), 93u);
   for (uint32_t cp = 0x800; cp <= 0xFFFF; ++cp) {
     const auto it = Table().find(cp);
-    const std::string expected = it != Table().end() ? std::string(1, it->second) : Utf8(cp);
-    ASSERT_EQ(Normalize("x" + Utf8(cp) + "y"), "x" + expected + "y") << std::hex << cp;
+    const std::string expected =
+        it != Table().end() ? std::string(1, it->second) : ThreeBytesOf(cp);
+    ASSERT_EQ(Normalize("x" + ThreeBytesOf(cp) + "y"), "x" + expected + "y") << std::hex << cp;
   }
 }
 

@@ -16,6 +16,7 @@ namespace {
 
 using commonhelpers_internal::RunEnd;
 using kernel_diff::Kernels;
+using kernel_diff::ThreeBytesOf;
 
 // Levels() in order, each with the number of characters its Chinese shape takes at a time, the
 // bytes a text needs for it to take them, and whether it also takes the last characters of a
@@ -52,11 +53,6 @@ TEST(Kernels, EveryLevelAgreesWithTheScalarTwinsOnRandomText) {
     text.append(round % 2 * (random() % 200), 'a');
     ASSERT_EQ(kernel_diff::Differences(text, random()), "") << testing::PrintToString(text);
   }
-}
-
-std::string ThreeBytesOf(uint32_t cp) {
-  return {static_cast<char>(0xE0 | (cp >> 12)), static_cast<char>(0x80 | ((cp >> 6) & 0x3F)),
-          static_cast<char>(0x80 | (cp & 0x3F))};
 }
 
 // Every character of three bytes but the surrogates, each after an ASCII

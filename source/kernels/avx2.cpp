@@ -571,7 +571,7 @@ CH_TARGET size_t Avx2ThreeByteGroups(const uint8_t* src, size_t n, uint16_t* dst
   return ChineseGroups(src, n, dst, cap);
 }
 
-// The cheaper tests alone, for the tests (see FaultFreeBlock and StaysAsItIs).
+// The cheaper plan alone, for the tests (see FaultFreeBlock).
 CH_TARGET bool Avx2WithoutFaults(const uint8_t* before, const uint8_t* block, size_t room,
                                  bool atEnd) {
   __m256i v[2], prev[2];
@@ -1076,6 +1076,7 @@ CH_HELPER bool StaysAsItIs(const uint8_t* from, __m256i (&x)[2]) {
   return _mm256_testz_si256(open, open);
 }
 
+// The test of blocks that stay alone, for the tests (see StaysAsItIs).
 CH_TARGET bool Avx2StaysAsItIs(const uint8_t* block) {
   __m256i x[2];
   return StaysAsItIs(block, x);

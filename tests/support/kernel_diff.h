@@ -17,6 +17,12 @@ namespace kernel_diff {
 
 using commonhelpers_internal::Kernels;
 
+// The three UTF-8 bytes of `cp`, U+0800 to U+FFFF.
+inline std::string ThreeBytesOf(uint32_t cp) {
+  return {static_cast<char>(0xE0 | (cp >> 12)), static_cast<char>(0x80 | ((cp >> 6) & 0x3F)),
+          static_cast<char>(0x80 | (cp & 0x3F))};
+}
+
 inline std::vector<const Kernels*> Levels() {  // scalar first
   size_t count = 0;
   const Kernels* const* levels = commonhelpers_internal::AvailableKernels(&count);
