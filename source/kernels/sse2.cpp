@@ -212,7 +212,7 @@ CH_HELPER bool EightUnits(__m128i units, uint8_t* dst, size_t cap, size_t& o) {
 template <bool kOwnOnly>
 CH_TARGET RunEnd Sse2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* dst, size_t cap,
                               size_t o) {
-  while (n - i >= kUnits) {
+  for (size_t blocks = (n - i) / kUnits; blocks > 0; --blocks) {
     __m128i v[4];
     Load(reinterpret_cast<const uint8_t*>(src + i), v);
     if (AllAscii(_mm_or_si128(_mm_or_si128(v[0], v[1]), _mm_or_si128(v[2], v[3]))) &&
