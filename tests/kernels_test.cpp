@@ -5,6 +5,7 @@
 #include <cstring>
 #include <random>
 #include <string>
+#include <tuple>
 #include <type_traits>
 #include <vector>
 
@@ -16,6 +17,7 @@ namespace {
 
 using commonhelpers_internal::RunEnd;
 using kernel_diff::Kernels;
+using kernel_diff::Levels;
 using kernel_diff::ThreeBytesOf;
 
 // Levels() in order, each with the number of characters its Chinese shape takes at a time, the
@@ -135,10 +137,11 @@ const std::string kNotHalfWidth[] = {"\xE4\xE4\xE4", "\xEF\xE3\x80", "\xE3\x80\x
                                      "\xEF\xBC",     "\xE3",         "\xE4\xBD"};
 
 // Each level's Chinese shape alone, on three-byte characters of every edge, in half of the texts
-// followed by a piece it must not take (and at every length about one block, followed by each):
-// of the characters that the scalar level takes, it takes every whole group of its size from a
-// text long enough (all of them when they are the whole text, at a level that takes the end) and
-// no more, and writes their units and nothing after them.
+// followed by a piece it must not take (and at every length about one block, followed by each and
+// then by ASCII to one whole block): of the characters that the scalar level takes, it takes every
+// whole group of its size from a text long enough (all when they are the whole text, at a level
+// that takes the end) and no more, and writes their units and nothing after them; and the run
+// takes what the scalar level's does (a sentence's groups leave the rest to a plan of its own).
 TEST(Kernels, ChineseShapeTakesEveryWholeGroupOfChineseText) {
   std::mt19937 random(11);
   std::vector<std::string> texts;
@@ -149,24 +152,29 @@ TEST(Kernels, ChineseShapeTakesEveryWholeGroupOfChineseText) {
     texts.push_back(text);
   }
   for (size_t k = 15 * 3; k <= 22 * 3; k += 3) {
-    for (const std::string& after : kNotUtf8) texts.push_back(texts[100].substr(0, k) + after);
+    for (const std::string& after : kNotUtf8) {
+      texts.push_back(texts[100].substr(0, k) + after);
+      texts.push_back((texts.back() + std::string(64, 'a')).substr(0, 64));
+    }
   }
   for (size_t t = 0; t < texts.size(); ++t) {
     const std::vector<uint8_t> src(texts[t].begin(), texts[t].end());  // exactly n bytes, for ASan
     const size_t cap = t % 3 != 0 ? src.size() : random() % (src.size() / 3 + 2);
-    std::vector<uint16_t> want(cap + 8, 0x5A);
-    const size_t all =
-        kernel_diff::Levels()[0]->threeByteGroups(src.data(), src.size(), want.data(), cap);
+    std::vector<uint16_t> want(cap + 8, 0x5A), runWant = want;
+    const size_t all = Levels()[0]->threeByteGroups(src.data(), src.size(), want.data(), cap);
     EXPECT_LE(all, cap);
-    for (size_t k = 0; k < kernel_diff::Levels().size(); ++k) {
-      const Kernels* level = kernel_diff::Levels()[k];
-      std::vector<uint16_t> got(cap + 8, 0x5A), expected = want;
+    const RunEnd run = Levels()[0]->utf8To16(src.data(), src.size(), 0, runWant.data(), cap, 0);
+    for (size_t k = 0; k < Levels().size(); ++k) {
+      const Kernels* level = Levels()[k];
+      std::vector<uint16_t> got(cap + 8, 0x5A), expected = want, runGot = got;
       const size_t taken = level->threeByteGroups(src.data(), src.size(), got.data(), cap);
       std::fill(expected.begin() + static_cast<ptrdiff_t>(taken), expected.end(), 0x5A);
       const bool whole = kLevels[k].takesTheEnd && 3 * all == src.size();
       const size_t groups = src.size() >= kLevels[k].shortest ? all - all % kLevels[k].group : 0;
       EXPECT_EQ(taken, whole ? all : groups) << level->name << ", text " << t;
-      ASSERT_EQ(got, expected) << level->name << ", text " << t;
+      const RunEnd end = level->utf8To16(src.data(), src.size(), 0, runGot.data(), cap, 0);
+      ASSERT_EQ(std::tie(got, runGot, end.i, end.o), std::tie(expected, runWant, run.i, run.o))
+          << level->name << ", text " << t;
     }
   }
 }
@@ -178,8 +186,8 @@ TEST(Kernels, ChineseShapeTakesEveryWholeGroupOfChineseText) {
 TEST(Kernels, TheCheaperPlanFromUtf8TakesEveryBlockWithoutAFault) {
   const auto run = [](const std::string& text) {
     uint16_t units[256];
-    return kernel_diff::Levels()[0]->utf8To16(reinterpret_cast<const uint8_t*>(text.data()),
-                                              text.size(), 0, units, std::size(units), 0);
+    return Levels()[0]->utf8To16(reinterpret_cast<const uint8_t*>(text.data()), text.size(), 0,
+                                 units, std::size(units), 0);
   };
   const uint8_t kOddBytes[] = {0x00, 0x7F, 0x80, 0x8F, 0x9F, 0xA0, 0xBF, 0xC0, 0xC1,
                                0xC2, 0xDF, 0xE0, 0xED, 0xEF, 0xF0, 0xF4, 0xF8, 0xFF};
@@ -199,7 +207,7 @@ TEST(Kernels, TheCheaperPlanFromUtf8TakesEveryBlockWithoutAFault) {
     const bool atEnd = round % 5 == 0;
     const bool takes = (cut.empty() || (wellFormed && !atEnd)) && count <= room;
     const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
-    for (const Kernels* level : kernel_diff::Levels()) {
+    for (const Kernels* level : Levels()) {
       if (level->faultFreeBlock == nullptr) continue;
       ASSERT_EQ(level->faultFreeBlock(bytes, bytes + 64, room, atEnd), takes)
           << level->name << ", room " << room << (atEnd ? ", at the end: " : ": ")
@@ -225,7 +233,7 @@ TEST(Kernels, TheTestOfBlocksThatStayTakesEveryBlockThatDoesNotChange) {
                       (cp >= 0xFB03 && cp <= 0xFB5F) || cp == 0xFF40 || cp == 0xFF5F;
     if (!rare) blocks.emplace_back(block, commonhelpers_internal::HalfWidthOf(cp) == 0);
   }
-  for (const Kernels* level : kernel_diff::Levels()) {
+  for (const Kernels* level : Levels()) {
     if (level->staysAsItIs == nullptr) continue;
     for (const auto& [block, stays] : blocks) {
       ASSERT_EQ(level->staysAsItIs(reinterpret_cast<const uint8_t*>(block.data())), stays)
@@ -252,15 +260,14 @@ TEST(Kernels, RunsWithoutTheScalarLevelTakeEveryWholeRegisterThatFits) {
     std::vector<uint8_t> to8(cap + 8);
     const size_t from8 = std::min(length, cap) / block * block;
     const size_t from16 = std::min(length / 8, cap / (8 * width)) * 8;
-    for (const Kernels* level : kernel_diff::Levels()) {
+    for (const Kernels* level : Levels()) {
       if (level->ownRuns == nullptr) continue;
       const auto [i8, o8] = level->ownRuns->utf8To16(reinterpret_cast<const uint8_t*>(text.data()),
                                                      text.size(), 0, to16.data(), cap, 0);
-      EXPECT_EQ(std::make_pair(i8, o8), std::make_pair(width * from8, from8))
-          << level->name << ": " << length << " into " << cap;
       const auto [i16, o16] = level->ownRuns->utf16To8(
           reinterpret_cast<const uint16_t*>(units.c_str()), length, 0, to8.data(), cap, 0);
-      EXPECT_EQ(std::make_pair(i16, o16), std::make_pair(from16, width * from16))
+      EXPECT_EQ(std::vector<size_t>({i8, o8, i16, o16}),
+                std::vector<size_t>({width * from8, from8, from16, width * from16}))
           << level->name << ": " << length << " into " << cap;
     }
   }
@@ -278,7 +285,7 @@ TEST(Kernels, NoLevelReadsPastTheTerminator) {
     std::string utf8;
     std::u16string utf16;
     for (size_t length = 0; length < 200; ++length) {
-      for (const Kernels* level : kernel_diff::Levels()) {
+      for (const Kernels* level : Levels()) {
         char* at = end - utf8.size() - 1;
         memcpy(at, utf8.c_str(), utf8.size() + 1);
         ConvertUtfStringWith(at, UTF_8, units.data(), 800, UTF_16, nullptr, level);
@@ -363,7 +370,7 @@ TEST(Kernels, EveryRunTakesAllOfItsKindThatFitsAndStopsRightBeforeTheRest) {
     }
     size_t cap = round % 2 ? 3 * utf8.text.size() : random() % (utf16.units.size() + 2);
     if (round % 6 == 3) cap = utf16.units.size();  // exactly the room of the UTF-8 form
-    for (const Kernels* level : kernel_diff::Levels()) {
+    for (const Kernels* level : Levels()) {
       const std::string at = std::string(level->name) + ", round " + std::to_string(round) + ": ";
       const auto halfWidth = [level](const uint8_t* s, size_t n, size_t i, uint8_t* d, size_t,
                                      size_t o) {
@@ -383,7 +390,7 @@ TEST(Kernels, EveryRunTakesAllOfItsKindThatFitsAndStopsRightBeforeTheRest) {
 // widest level of the build whose instructions this CPU has.
 TEST(Kernels, LevelsStartWithTheScalarOneAndTheWidestTheCpuRunsIsTheDefault) {
   using commonhelpers_internal::ChooseKernels;
-  const std::vector<const Kernels*> levels = kernel_diff::Levels();
+  const std::vector<const Kernels*> levels = Levels();
   ASSERT_LE(levels.size(), std::size(kLevels));
   for (size_t k = 0; k < levels.size(); ++k) EXPECT_EQ(levels[k]->name, kLevels[k].name);
   for (const Kernels* level : levels) EXPECT_EQ(&ChooseKernels(level->name), level);

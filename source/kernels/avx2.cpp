@@ -681,8 +681,8 @@ CH_TARGET RunEnd Avx2Utf8Blocks(const uint8_t* src, size_t n, size_t i, uint16_t
 }
 
 // A run whose text ends within its first block (a sentence) takes that block
-// here, where nothing comes before it and it has the registers to itself: as
-// Avx2Utf8Blocks would, which goes on only after whole groups of Chinese text.
+// here, where nothing comes before it and it has the registers to itself, as
+// Avx2Utf8Blocks would take it.
 CH_TARGET RunEnd Avx2Utf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* dst, size_t cap,
                               size_t o) {
   const size_t len = n - i;
@@ -699,10 +699,15 @@ CH_TARGET RunEnd Avx2Utf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* 
     return {i + take, o + take};
   }
   const size_t taken = ChineseGroups(src + i, len, dst + o, cap - o);
-  if (taken != 0) return Avx2Utf8Blocks(src, n, i + 3 * taken, dst, cap, o + taken);
+  i += 3 * taken;
+  o += taken;
+  if (taken != 0) {  // what the groups left (none, or fewer than 64 bytes) starts anew
+    if (i == n) return {i, o};
+    LoadPart(src + i, n - i, v);
+  }
   const __m256i none = _mm256_setzero_si256();
   Utf8Bytes only = {};
-  only.len = len;
+  only.len = n - i;
   only.atEnd = true;
   const Utf8Plan plan = PlanBlock(v, none, only, src + i, cap - o);
   StoreUnits(v, none, plan.ends, plan.count, dst + o, cap - o);
