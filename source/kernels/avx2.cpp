@@ -834,27 +834,24 @@ CH_HELPER void ThreeByteForms(__m256i units, uint8_t* out, size_t from, size_t e
 }
 
 // The forms of a block of units that are not all ASCII nor all of three
-// bytes, `len` of them (zeros after them), whose first half has a unit that
-// is not ASCII: stored from `out` on, each store covered by the next, but for
-// the last, which is returned with where it goes (`at`). A second half of
-// ASCII units (or of fewer, zeros after them) is stored as it is.
-CH_HELPER __m128i StoreForms(const __m256i (&v)[2], const UnitKinds (&kinds)[2],
-                             const uint32_t (&rows)[2], size_t len, uint8_t* out, size_t& at) {
+// bytes (zeros after the text's last units), whose first half has a unit
+// that is not ASCII, from `out` on, each store covered by the next; the last
+// reaches up to 31 bytes past the block's output. A second half of ASCII
+// units (or of zeros) is stored as it is.
+CH_HELPER void StoreForms(const __m256i (&v)[2], const UnitKinds (&kinds)[2],
+                          const uint32_t (&rows)[2], uint8_t* out) {
   __m256i first, second;
   EncodeUtf16(v[0], kinds[0], first, second);
-  __m128i last = PackForms(first, second, rows[0], out);
-  at = LastFormsAt(rows[0]);
-  if (len > kHalfUnits) {
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at), last);
-    if (rows[1] == 0) {
-      last = _mm_packus_epi16(_mm256_castsi256_si128(v[1]), _mm256_extracti128_si256(v[1], 1));
-    } else {
-      EncodeUtf16(v[1], kinds[1], first, second);
-      last = PackForms(first, second, rows[1], out + kHalfUnits + CountOnes(rows[0]));
-    }
-    at = LastStoreAt(rows);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + LastFormsAt(rows[0])),
+                   PackForms(first, second, rows[0], out));
+  __m128i last;
+  if (rows[1] == 0) {
+    last = _mm_packus_epi16(_mm256_castsi256_si128(v[1]), _mm256_extracti128_si256(v[1], 1));
+  } else {
+    EncodeUtf16(v[1], kinds[1], first, second);
+    last = PackForms(first, second, rows[1], out + kHalfUnits + CountOnes(rows[0]));
   }
-  return last;
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + LastStoreAt(rows)), last);
 }
 
 // The forms of the 16 units of `u` from `out + at` on (`at` at most `end`),
@@ -993,9 +990,7 @@ CH_TARGET RunEnd Avx2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* 
       continue;
     }
     const __m256i after = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(dst + o + bytes));
-    size_t at = 0;
-    const __m128i last = StoreForms(v, kinds, rows, len, dst + o, at);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + at), last);
+    StoreForms(v, kinds, rows, dst + o);
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o + bytes), after);
     o += bytes;
     i += len;
