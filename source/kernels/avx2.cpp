@@ -612,8 +612,10 @@ CH_HELPER void StoreUnits(const __m256i (&v)[2], __m256i prev, uint64_t ends, si
   }
 }
 
-CH_TARGET RunEnd Avx2Utf8Blocks(const uint8_t* src, size_t n, size_t i, uint16_t* dst, size_t cap,
-                                size_t o) {
+// Out of line: inlined into its one caller, the entry for a sentence below,
+// its loop lost registers to it (mixed pages a quarter slower).
+__attribute__((noinline)) CH_TARGET RunEnd Avx2Utf8Blocks(const uint8_t* src, size_t n, size_t i,
+                                                          uint16_t* dst, size_t cap, size_t o) {
   Utf8Bytes left = {};
   __m256i prev = _mm256_setzero_si256();
   while (i < n) {
