@@ -44,9 +44,8 @@ TEST(CopyAndCatchString, AnswerInANewBufferAndKeepTheFirstOnFailure) {
 
 TEST(ChopStrings, RemoveOnlySpacesCarriageReturnsAndLineFeeds) {
   struct Row {
-    std::string text;
-    std::string start, end, both;  // after ChopStringStart, ChopStringEnd, ChopString
-    BOOL allSpace;                 // IsStringSpace: every byte is C-locale space
+    std::string text, start, end, both;  // text; after ChopStringStart, ChopStringEnd, ChopString
+    BOOL allSpace;                       // IsStringSpace: every byte is C-locale space
   };
   const Row rows[] = {
       {"abc \r\n", "abc \r\n", "abc", "abc", FALSE},

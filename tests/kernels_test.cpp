@@ -20,9 +20,8 @@ using kernel_diff::Kernels;
 using kernel_diff::Levels;
 using kernel_diff::ThreeBytesOf;
 
-// Levels() in order, each with the number of characters its Chinese shape takes at a time, the
-// bytes a text needs for it to take them, and whether it also takes the last characters of a
-// Chinese text, fewer than a group, at once.
+// Levels() in order: the characters its Chinese shape takes at a time, from a text of how many
+// bytes, and whether it also takes a Chinese text's last characters, fewer than a group, at once.
 struct Level {
   std::string name;
   size_t group, shortest;
@@ -118,9 +117,9 @@ const std::pair<std::string, char16_t> kCharacters[] = {{"a", u'a'},
                                                         {"\xEE\x80\x80", 0xE000},
                                                         {"\xEF\xBF\xBF", 0xFFFF},
                                                         {"\xE4\xBD\xA0", 0x4F60}};
-const std::string kNotUtf8[] = {"\xF0\xA0\x80\x80", "\x80",         "\xC0\x80", "\xC1\xBF",
-                                "\xE0\x9F\xBF",     "\xED\xBF\xBF", "\xFF",     "\xC3\x61",
-                                "\xE4\xBD\x61",     "\xE4\xBD",     "\xC3"};
+const std::string kNotUtf8[] = {"\xF0\xA0\x80\x80", "\x80",         "\xC0\x80",     "\xC1\xBF",
+                                "\xE0\x9F\xBF",     "\xED\xA0\x80", "\xED\xBF\xBF", "\xFF",
+                                "\xC3\x61",         "\xE4\xBD\x61", "\xE4\xBD",     "\xC3"};
 const std::u16string kNotUtf16[] = {u"\xD800", u"\xDBFF", u"\xDC00", u"\xDFFF"};
 // fullToHalf's units and what they become.
 const std::pair<std::string, std::string> kUnits[] = {{"a", "a"},
