@@ -428,14 +428,17 @@ CH_HELPER uint32_t ThreeByteUnits(__m256i at0, __m256i at16, __m256i& units) {
   return wrong;
 }
 
+// The 16 three-byte characters of the 48 bytes at `from` (see ThreeByteUnits).
+CH_HELPER uint32_t SixteenThreeByteUnits(const uint8_t* from, __m256i& units) {
+  return ThreeByteUnits(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(from)),
+                        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + 16)), units);
+}
+
 // 16 three-byte characters, the 48 bytes at `from`, as units at `to`; false,
 // with nothing written, unless all of them are well formed.
 CH_HELPER bool ThreeByteChars(const uint8_t* from, uint16_t* to) {
   __m256i units;
-  if (ThreeByteUnits(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(from)),
-                     _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + 16)), units) != 0) {
-    return false;
-  }
+  if (SixteenThreeByteUnits(from, units) != 0) return false;
   _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), units);
   return true;
 }
@@ -530,25 +533,37 @@ CH_HELPER void Widen(const __m256i (&v)[2], uint16_t* dst) {
 
 // The last characters of a text, `rest` bytes (fewer than 64) of three-byte
 // ones: all of them, as units at `to`, when all are well formed and fit in
-// `room` units; else none. Returns the characters taken.
+// `room` units; else none. Returns the characters taken. From eight on, the
+// first group and the last (which overlap unless they are the whole of it)
+// are read where they stand; fewer, which a group would read past, come
+// from a load in parts.
 CH_HELPER size_t ChineseTail(const uint8_t* from, size_t rest, uint16_t* to, size_t room) {
   const size_t count = rest / 3;
   if (count == 0 || rest % 3 != 0 || count > room || !IsThreeByteLead(from[0])) return 0;
+  if (count >= 16) {
+    __m256i units[2];
+    if ((SixteenThreeByteUnits(from, units[0]) |
+         SixteenThreeByteUnits(from + rest - 48, units[1])) != 0) {
+      return 0;
+    }
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), units[0]);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + count - 16), units[1]);
+    return count;
+  }
+  if (count >= 8) {
+    __m128i units[2];
+    if (!EightThreeByteUnits(from, units[0]) || !EightThreeByteUnits(from + rest - 24, units[1])) {
+      return 0;
+    }
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), units[0]);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to + count - 8), units[1]);
+    return count;
+  }
   __m256i v[2];
   LoadPart(from, rest, v);
-  // Characters 0-15 from bytes 0-47, 16-20 from bytes 48-62.
-  const __m256i zero = _mm256_setzero_si256();
-  __m256i units[2];
-  const uint32_t wrong =
-      ThreeByteUnits(v[0], _mm256_permute2x128_si256(v[0], v[1], 0x21), units[0]) |
-      ThreeByteUnits(_mm256_permute2x128_si256(v[1], zero, 0x21), zero, units[1]) << 16;
-  if ((wrong & Below(count)) != 0) return 0;
-  if (count >= 16) {
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), units[0]);
-    StoreFirst(reinterpret_cast<uint8_t*>(to + 16), units[1], 2 * (count - 16));
-  } else {
-    StoreFirst(reinterpret_cast<uint8_t*>(to), units[0], 2 * count);
-  }
+  __m256i units;
+  if ((ThreeByteUnits(v[0], v[0], units) & Below(count)) != 0) return 0;
+  StoreFirst(reinterpret_cast<uint8_t*>(to), _mm256_castsi256_si128(units), 2 * count);
   return count;
 }
 

@@ -52,43 +52,11 @@ CH_HELPER void Widen(const __m128i (&v)[4], uint16_t* to) {
 }
 
 // Eight three-byte characters, the 24 bytes at `from`, as units at `to`;
-// false, with nothing written, unless all of them are well formed. Six bytes
-// per 64-bit lane (the last six loaded from two bytes before them and shifted
-// down, so that no byte after the 24 is read) are split into three
-// per 32-bit lane, checked and decoded there, and packed to 16 bits (offset
-// by 0x8000 around the signed saturating pack).
+// false, with nothing written, unless all of them are well formed.
 CH_HELPER bool ThreeByteChars(const uint8_t* from, uint16_t* to) {
-  const __m128i zero = _mm_setzero_si128();
-  __m128i units[2];
-  __m128i wrong = zero;
-  for (int k = 0; k < 2; ++k) {
-    const __m128i pairs = _mm_unpacklo_epi64(
-        _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from + 12 * k)),
-        k == 0 ? _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from + 6))
-               : _mm_srli_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(from + 16)), 16));
-    const __m128i c = _mm_or_si128(
-        _mm_and_si128(pairs, _mm_set_epi32(0, 0xFFFFFF, 0, 0xFFFFFF)),
-        _mm_and_si128(_mm_slli_epi64(pairs, 8), _mm_set_epi32(0xFFFFFF, 0, 0xFFFFFF, 0)));
-    units[k] =
-        _mm_or_si128(_mm_or_si128(_mm_slli_epi32(_mm_and_si128(c, _mm_set1_epi32(0x0F)), 12),
-                                  _mm_and_si128(_mm_srli_epi32(c, 2), _mm_set1_epi32(0x0FC0))),
-                     _mm_and_si128(_mm_srli_epi32(c, 16), _mm_set1_epi32(0x3F)));
-    // Not 1110xxxx 10xxxxxx 10xxxxxx, overlong (below U+0800) or a surrogate.
-    const __m128i top = _mm_and_si128(units[k], _mm_set1_epi32(0xF800));
-    wrong = _mm_or_si128(
-        wrong,
-        _mm_or_si128(_mm_xor_si128(_mm_cmpeq_epi32(_mm_and_si128(c, _mm_set1_epi32(0xC0C0F0)),
-                                                   _mm_set1_epi32(0x8080E0)),
-                                   _mm_set1_epi32(-1)),
-                     _mm_or_si128(_mm_cmpeq_epi32(top, zero),
-                                  _mm_cmpeq_epi32(top, _mm_set1_epi32(0xD800)))));
-  }
-  if (_mm_movemask_epi8(wrong) != 0) return false;
-  const __m128i offset = _mm_set1_epi32(0x8000);
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(to),
-                   _mm_xor_si128(_mm_packs_epi32(_mm_sub_epi32(units[0], offset),
-                                                 _mm_sub_epi32(units[1], offset)),
-                                 _mm_set1_epi16(static_cast<short>(0x8000))));
+  __m128i units;
+  if (!EightThreeByteUnits(from, units)) return false;
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(to), units);
   return true;
 }
 

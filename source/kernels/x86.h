@@ -41,6 +41,46 @@ __attribute__((always_inline)) inline void StoreFirst(uint8_t* to, __m128i x, si
   if (count & 1) *to = static_cast<uint8_t>(rest);
 }
 
+// Eight three-byte characters, the 24 bytes at `from` (nothing after them is
+// read), as units in `units`; false unless all of them are well formed: not
+// 1110xxxx 10xxxxxx 10xxxxxx, overlong (below U+0800) or a surrogate. Six
+// bytes per 64-bit lane (the last six loaded from two bytes before them and
+// shifted down) are split into three per 32-bit lane, checked and decoded
+// there, and packed to 16 bits (offset by 0x8000 around the signed
+// saturating pack).
+__attribute__((always_inline)) inline bool EightThreeByteUnits(const uint8_t* from,
+                                                               __m128i& units) {
+  const __m128i zero = _mm_setzero_si128();
+  __m128i lanes[2];
+  __m128i wrong = zero;
+  for (int k = 0; k < 2; ++k) {
+    const __m128i pairs = _mm_unpacklo_epi64(
+        _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from + 12 * k)),
+        k == 0 ? _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from + 6))
+               : _mm_srli_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(from + 16)), 16));
+    const __m128i c = _mm_or_si128(
+        _mm_and_si128(pairs, _mm_set_epi32(0, 0xFFFFFF, 0, 0xFFFFFF)),
+        _mm_and_si128(_mm_slli_epi64(pairs, 8), _mm_set_epi32(0xFFFFFF, 0, 0xFFFFFF, 0)));
+    lanes[k] =
+        _mm_or_si128(_mm_or_si128(_mm_slli_epi32(_mm_and_si128(c, _mm_set1_epi32(0x0F)), 12),
+                                  _mm_and_si128(_mm_srli_epi32(c, 2), _mm_set1_epi32(0x0FC0))),
+                     _mm_and_si128(_mm_srli_epi32(c, 16), _mm_set1_epi32(0x3F)));
+    const __m128i top = _mm_and_si128(lanes[k], _mm_set1_epi32(0xF800));
+    wrong = _mm_or_si128(
+        wrong,
+        _mm_or_si128(_mm_xor_si128(_mm_cmpeq_epi32(_mm_and_si128(c, _mm_set1_epi32(0xC0C0F0)),
+                                                   _mm_set1_epi32(0x8080E0)),
+                                   _mm_set1_epi32(-1)),
+                     _mm_or_si128(_mm_cmpeq_epi32(top, zero),
+                                  _mm_cmpeq_epi32(top, _mm_set1_epi32(0xD800)))));
+  }
+  const __m128i offset = _mm_set1_epi32(0x8000);
+  units = _mm_xor_si128(
+      _mm_packs_epi32(_mm_sub_epi32(lanes[0], offset), _mm_sub_epi32(lanes[1], offset)),
+      _mm_set1_epi16(static_cast<short>(0x8000)));
+  return _mm_movemask_epi8(wrong) == 0;
+}
+
 extern const Kernels kScalarKernels;
 extern const Kernels kSse2Kernels;
 extern const Kernels kAvx2Kernels;
