@@ -826,13 +826,14 @@ CH_HELPER size_t LastStoreAt(const uint32_t (&rows)[2]) {
   return kHalfUnits + CountOnes(rows[0]) + (rows[1] == 0 ? 0 : LastFormsAt(rows[1]));
 }
 
-// The 16 units of `units`, none below U+0800 and no surrogate, as the 48
-// bytes of their three-byte forms from `out` + `from` on, 12 bytes for each
-// four units, but for the bytes from `end` on, which are not written. Each
-// store writes a whole lane, or what of it comes before `end`: the 4 bytes
-// past its 12 are covered by the next store, or by the first of the call for
-// the next 16 units.
-CH_HELPER void ThreeByteForms(__m256i units, uint8_t* out, size_t from, size_t end) {
+// The three-byte forms of the 16 units of `units` (none below U+0800, no
+// surrogate), 12 bytes for each four units, in order; each piece's last 4
+// bytes are not part of them.
+struct FormPieces {
+  __m128i pieces[4];
+};
+
+CH_HELPER FormPieces ThreeBytePieces(__m256i units) {
   const __m256i firstTwo = _mm256_or_si256(
       _mm256_or_si256(_mm256_srli_epi16(units, 12), _mm256_set1_epi16(static_cast<short>(0x80E0))),
       _mm256_slli_epi16(_mm256_and_si256(units, _mm256_set1_epi16(0x0FC0)), 2));
@@ -843,11 +844,30 @@ CH_HELPER void ThreeByteForms(__m256i units, uint8_t* out, size_t from, size_t e
   // Units 0-3 and 8-11, then 4-7 and 12-15.
   const __m256i low = _mm256_shuffle_epi8(_mm256_unpacklo_epi16(firstTwo, last), pack);
   const __m256i high = _mm256_shuffle_epi8(_mm256_unpackhi_epi16(firstTwo, last), pack);
-  const __m128i pieces[] = {_mm256_castsi256_si128(low), _mm256_castsi256_si128(high),
-                            _mm256_extracti128_si256(low, 1), _mm256_extracti128_si256(high, 1)};
-  for (size_t p = 0, at = from; p < std::size(pieces) && at < end; ++p, at += 12) {
-    StoreBefore(out, at, pieces[p], end);
+  return {{_mm256_castsi256_si128(low), _mm256_castsi256_si128(high),
+           _mm256_extracti128_si256(low, 1), _mm256_extracti128_si256(high, 1)}};
+}
+
+// The 48 bytes of such forms from `out` + `from` on, but for the bytes from
+// `end` on, which are not written. Each store writes a whole lane, or what of
+// it comes before `end`: the 4 bytes past its 12 are covered by the next
+// store, or by the first of the call for the next 16 units.
+CH_HELPER void ThreeByteForms(__m256i units, uint8_t* out, size_t from, size_t end) {
+  const FormPieces forms = ThreeBytePieces(units);
+  for (size_t p = 0, at = from; p < std::size(forms.pieces) && at < end; ++p, at += 12) {
+    StoreBefore(out, at, forms.pieces[p], end);
   }
+}
+
+// The 48 bytes of such forms ending at `end`, and nothing after them: the
+// last store takes the last piece's 12 bytes after the 4 before them.
+CH_HELPER void ThreeByteFormsBefore(__m256i units, uint8_t* end) {
+  const FormPieces forms = ThreeBytePieces(units);
+  for (size_t p = 0; p < 3; ++p) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(end - 48 + 12 * p), forms.pieces[p]);
+  }
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(end - 16),
+                   _mm_alignr_epi8(forms.pieces[3], _mm_slli_si128(forms.pieces[2], 4), 12));
 }
 
 // The forms of a block of units that are not all ASCII nor all of three
@@ -986,8 +1006,15 @@ CH_TARGET RunEnd Avx2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* 
         ThreeByteForms(v[0], dst + o, 0, 3 * kUnits);
         ThreeByteForms(v[1], dst + o, 48, 3 * kUnits);
       } else {
+        // A block cut short: its first 16 units' forms, and where it has
+        // more, those of its last 16 (loaded again: v[1] holds fewer),
+        // ending where the output does, over the first ones.
         ThreeByteForms(v[0], dst + o, 0, 3 * take);
-        ThreeByteForms(v[1], dst + o, 48, 3 * take);
+        if (take > kHalfUnits) {
+          ThreeByteFormsBefore(
+              _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + i + take - kHalfUnits)),
+              dst + o + 3 * take);
+        }
       }
       i += take;
       o += 3 * take;
