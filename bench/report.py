@@ -5,7 +5,8 @@ Reads the Google Benchmark JSON that bench/report.sh leaves in a directory:
 run<k>.json, the whole suite in process k, and o2-<k>.json, split and
 StringReplace in a plain -O2 build. Benchmarks are named
 <function>/<implementation>/<input>/<bytes>; every figure is the median over
-the processes of each one's median of its repetitions. "ours" is the library
+the processes of each one's best repetition (see report.sh for why the
+best). "ours" is the library
 as a caller gets it, at the widest level this CPU runs; the implementations
 named after a SIMD level are the same functions through that level's table,
 in the same processes.
@@ -29,12 +30,16 @@ def load(directory):
     runs = {}
     for pattern, suffix in (("run*.json", ""), ("o2*.json", " -O2")):
         for path in sorted(glob.glob(os.path.join(directory, pattern))):
+            best = {}
             for b in json.load(open(path))["benchmarks"]:
-                if b.get("aggregate_name", "median") != "median" or b.get("error_occurred"):
+                if b.get("run_type") != "iteration" or b.get("error_occurred"):
                     continue
                 function, impl, text, size = b["run_name"].split("/")[:4]
-                runs.setdefault((function, impl + suffix, text, int(size)), []).append(
-                    (b.get("bytes_per_second", 0.0), b["real_time"]))
+                key = (function, impl + suffix, text, int(size))
+                if key not in best or b["real_time"] < best[key][1]:
+                    best[key] = (b.get("bytes_per_second", 0.0), b["real_time"])
+            for key, figure in best.items():
+                runs.setdefault(key, []).append(figure)
     # The lower middle of each row's processes, by throughput: with an odd
     # number of them, the median, and a row's throughput and time stay those
     # of one process.
