@@ -272,26 +272,35 @@ TEST(Kernels, RunsWithoutTheScalarLevelTakeEveryWholeRegisterThatFits) {
   }
 }
 
-// Texts of one character repeated, or of each in turn, their terminator right before an unreadable
-// page: no level reads past it (a crash, since ASan does not instrument the runs).
+// Texts of one character repeated, or of each in turn, of every length up to 199 characters, their
+// terminator right before an unreadable page: no level reads past it (a crash, since ASan does not
+// instrument the runs), and every level gives what the scalar one does.
 TEST(Kernels, NoLevelReadsPastTheTerminator) {
   std::string whyNot;
   char* end = platform::GuardedEnd(whyNot);
   if (end == nullptr) GTEST_SKIP() << whyNot;
-  std::vector<uint16_t> units(800);
-  std::string bytes(800, '\0');
+  std::vector<char16_t> units(800);
+  std::string half(800, '\0'), narrow(800, '\0');
   for (size_t kind = 0; kind <= std::size(kCharacters); ++kind) {  // the last: every one in turn
     std::string utf8;
     std::u16string utf16;
     for (size_t length = 0; length < 200; ++length) {
+      std::tuple<std::u16string, std::string, std::string> scalar;
       for (const Kernels* level : Levels()) {
+        std::fill(units.begin(), units.end(), u'?');
+        half.assign(800, '?');
+        narrow.assign(800, '?');
         char* at = end - utf8.size() - 1;
         memcpy(at, utf8.c_str(), utf8.size() + 1);
         ConvertUtfStringWith(at, UTF_8, units.data(), 800, UTF_16, nullptr, level);
-        FullToHalfWith(*level, at, &bytes[0]);
+        FullToHalfWith(*level, at, &half[0]);
         char16_t* at16 = reinterpret_cast<char16_t*>(end) - utf16.size() - 1;
         std::copy(utf16.c_str(), utf16.c_str() + utf16.size() + 1, at16);
-        ConvertUtfStringWith(at16, UTF_16, &bytes[0], 800, UTF_8, nullptr, level);
+        ConvertUtfStringWith(at16, UTF_16, &narrow[0], 800, UTF_8, nullptr, level);
+        const std::tuple<std::u16string, std::string, std::string> got(units.data(), half.c_str(),
+                                                                       narrow.c_str());
+        if (level == Levels()[0]) scalar = got;
+        EXPECT_TRUE(got == scalar) << level->name << ": " << length << " of kind " << kind;
       }
       const auto& c = kCharacters[kind < std::size(kCharacters) ? kind : length % kind];
       utf8 += c.first;
