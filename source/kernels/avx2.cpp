@@ -461,6 +461,16 @@ CH_HELPER void StoreFirst(uint8_t* to, __m256i x, size_t count) {
   StoreFirst(to + (count & 16), part, count & 15);
 }
 
+// The first `count` bytes of `v` (fewer than 64) at `to`.
+CH_HELPER void StoreFirst(const __m256i (&v)[2], uint8_t* to, size_t count) {
+  if (count >= 32) {
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), v[0]);
+    StoreFirst(to + 32, v[1], count - 32);
+  } else {
+    StoreFirst(to, v[0], count);
+  }
+}
+
 // The first `count` (at most 64) of the ASCII bytes of `v` as units at `to`.
 CH_HELPER void WidenFirst(const __m256i (&v)[2], uint16_t* to, size_t count) {
   const __m256i units[] = {_mm256_cvtepu8_epi16(_mm256_castsi256_si128(v[0])),
@@ -1157,6 +1167,14 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
       LoadPart(in + i, b.len, v);
     }
     b.leads = Bits(LeadBytes(v[0]), 0) | Bits(LeadBytes(v[1]), 1);
+    if ((b.leads | b.skip) == 0 && b.len < kBytes) {
+      // The last bytes, without a lead, stay as they are (an English clause
+      // twice as fast as through the plan below).
+      StoreFirst(v, out + o, b.len);
+      i += b.len;
+      o += b.len;
+      break;
+    }
     if ((b.leads | b.skip) == 0 && b.len == kBytes) {
       // 64 bytes without a lead, and the text after them two blocks at a
       // time for as long as it is ASCII (English text).
