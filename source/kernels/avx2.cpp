@@ -844,20 +844,13 @@ CH_HELPER FormGroups GroupForms(__m256i first, __m256i second, uint32_t rows) {
           {0, 4 + CountOnes(rows & 0xFF), 8 + CountOnes(rows & 0xFFFF), LastFormsAt(rows)}};
 }
 
-// Stores the first three groups (see GroupForms) from `out` on, each store
-// covered by the next, and returns the last group's forms, which start at
-// LastFormsAt(rows).
-CH_HELPER __m128i PackForms(__m256i first, __m256i second, uint32_t rows, uint8_t* out) {
+// Stores the groups (see GroupForms) from `out` on, each store covered by
+// the next; the last reaches up to 12 bytes past the forms.
+CH_HELPER void PackForms(__m256i first, __m256i second, uint32_t rows, uint8_t* out) {
   const FormGroups groups = GroupForms(first, second, rows);
-  for (int g = 0; g < 3; ++g) {
+  for (size_t g = 0; g < std::size(groups.at); ++g) {
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out + groups.at[g]), groups.forms[g]);
   }
-  return groups.forms[3];
-}
-
-// Where the last store of StoreForms goes for a block of more than 16 units.
-CH_HELPER size_t LastStoreAt(const uint32_t (&rows)[2]) {
-  return kHalfUnits + CountOnes(rows[0]) + (rows[1] == 0 ? 0 : LastFormsAt(rows[1]));
 }
 
 // The three-byte forms of the 16 units of `units` (none below U+0800, no
@@ -913,16 +906,16 @@ CH_HELPER void StoreForms(const __m256i (&v)[2], const UnitKinds (&kinds)[2],
                           const uint32_t (&rows)[2], uint8_t* out) {
   __m256i first, second;
   EncodeUtf16(v[0], kinds[0], first, second);
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + LastFormsAt(rows[0])),
-                   PackForms(first, second, rows[0], out));
-  __m128i last;
+  PackForms(first, second, rows[0], out);
+  uint8_t* const half = out + kHalfUnits + CountOnes(rows[0]);
   if (rows[1] == 0) {
-    last = _mm_packus_epi16(_mm256_castsi256_si128(v[1]), _mm256_extracti128_si256(v[1], 1));
+    _mm_storeu_si128(
+        reinterpret_cast<__m128i*>(half),
+        _mm_packus_epi16(_mm256_castsi256_si128(v[1]), _mm256_extracti128_si256(v[1], 1)));
   } else {
     EncodeUtf16(v[1], kinds[1], first, second);
-    last = PackForms(first, second, rows[1], out + kHalfUnits + CountOnes(rows[0]));
+    PackForms(first, second, rows[1], half);
   }
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + LastStoreAt(rows)), last);
 }
 
 // The forms of the 16 units of `u` from `out + at` on (`at` at most `end`),
@@ -1040,8 +1033,7 @@ CH_TARGET RunEnd Avx2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* 
       if (_mm256_testz_si256(kinds.surrogate, kinds.surrogate) && cap - o >= bytes) {
         __m256i first, second;
         EncodeUtf16(v[0], kinds, first, second);
-        const __m128i last = PackForms(first, second, rows, dst + o);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + LastFormsAt(rows)), last);
+        PackForms(first, second, rows, dst + o);
         _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + bytes - kHalfUnits),
                          _mm256_extracti128_si256(low, 1));
         o += bytes;
