@@ -183,10 +183,20 @@ CH_TARGET RunEnd Sse2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* 
   for (size_t blocks = (n - i) / kUnits; blocks > 0; --blocks) {
     __m128i v[4];
     Load(reinterpret_cast<const uint8_t*>(src + i), v);
-    if (AllAscii(_mm_or_si128(_mm_or_si128(v[0], v[1]), _mm_or_si128(v[2], v[3]))) &&
-        cap - o >= kUnits) {
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o), _mm_packus_epi16(v[0], v[1]));
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + 16), _mm_packus_epi16(v[2], v[3]));
+    if (AllAscii(_mm_or_si128(_mm_or_si128(v[0], v[1]), _mm_or_si128(v[2], v[3])))) {
+      const __m128i bytes[] = {_mm_packus_epi16(v[0], v[1]), _mm_packus_epi16(v[2], v[3])};
+      if (cap - o < kUnits) {  // the room's last bytes: what fits, and the run ends
+        const size_t take = cap - o;
+        if (take >= sizeof(__m128i)) {
+          _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o), bytes[0]);
+          StoreFirst(dst + o + sizeof(__m128i), bytes[1], take - sizeof(__m128i));
+        } else {
+          StoreFirst(dst + o, bytes[0], take);
+        }
+        return {i + take, o + take};
+      }
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o), bytes[0]);
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + 16), bytes[1]);
       i += kUnits;
       o += kUnits;
       continue;
