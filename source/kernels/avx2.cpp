@@ -1226,7 +1226,7 @@ CH_TARGET void Avx2HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* o
     }
     // The bytes after each, zero past the text's end. At the text's end
     // (a sentence), loaded only when a lead is E2, E3 or EF, the only ones
-    // that can change (a Chinese or mixed sentence without one a quarter
+    // that can change (a Chinese or mixed sentence without one a sixth
     // faster); without one they stay zero, which change no other lead.
     __m256i s[2] = {}, t[2] = {};
     if (b.ahead) {
