@@ -1106,7 +1106,6 @@ CH_HELPER __m256i Changes(__m256i x, __m256i s, __m256i t) {
   return _mm256_or_si256(_mm256_and_si256(classes, thirds), space);
 }
 
-// All ones in the bytes of the leads of `x` that change.
 // Whether a byte of `v` is E2, E3 or EF, the leads that may change.
 CH_HELPER bool MayChange(const __m256i (&v)[2]) {
   __m256i leads = _mm256_setzero_si256();
@@ -1118,6 +1117,7 @@ CH_HELPER bool MayChange(const __m256i (&v)[2]) {
   return !_mm256_testz_si256(leads, leads);
 }
 
+// All ones in the bytes of the leads of `x` that change.
 CH_HELPER __m256i ChangeMask(__m256i x, __m256i s, __m256i t) {
   return _mm256_xor_si256(_mm256_cmpeq_epi8(Changes(x, s, t), _mm256_setzero_si256()),
                           _mm256_set1_epi8(-1));
