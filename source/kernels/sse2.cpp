@@ -187,12 +187,9 @@ CH_TARGET RunEnd Sse2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* 
       const __m128i bytes[] = {_mm_packus_epi16(v[0], v[1]), _mm_packus_epi16(v[2], v[3])};
       if (cap - o < kUnits) {  // the room's last bytes: what fits, and the run ends
         const size_t take = cap - o;
-        if (take >= sizeof(__m128i)) {
-          _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o), bytes[0]);
-          StoreFirst(dst + o + sizeof(__m128i), bytes[1], take - sizeof(__m128i));
-        } else {
-          StoreFirst(dst + o, bytes[0], take);
-        }
+        const size_t whole = take >= sizeof(__m128i);  // registers that fit whole: 0 or 1
+        if (whole) _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o), bytes[0]);
+        StoreFirst(dst + o + 16 * whole, bytes[whole], take - 16 * whole);
         return {i + take, o + take};
       }
       _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o), bytes[0]);
