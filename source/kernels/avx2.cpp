@@ -346,17 +346,13 @@ CH_HELPER __m256i Faults(const __m256i (&v)[2], __m256i prev, int k) {
 // last two bytes. (The zeros after the last bytes of a text are no
 // continuation bytes, so a character they cut short is a fault.) With
 // `kCheaperOnly`, for the tests, any other block gets a plan that stops
-// (which the cheaper one never does) instead of the general one. With
-// `kRegisters` 1, the block is a text's last bytes, fewer than 32, in v[0]
-// (v[1] zero): v[0]'s last byte is a zero, so a character cut short shows
-// its fault there, and v[1] has none.
-template <bool kCheaperOnly = false, int kRegisters = 2>
+// (which the cheaper one never does) instead of the general one.
+template <bool kCheaperOnly = false>
 CH_HELPER Utf8Plan PlanBlock(const __m256i (&v)[2], __m256i prev, const Utf8Bytes& left,
                              const uint8_t* block, size_t room) {
-  __m256i faults = Faults(v, prev, 0);
-  if constexpr (kRegisters == 2) faults = _mm256_or_si256(faults, Faults(v, prev, 1));
+  const __m256i faults = _mm256_or_si256(Faults(v, prev, 0), Faults(v, prev, 1));
   if (_mm256_testz_si256(faults, faults)) {
-    const bool whole = kRegisters == 2 && left.len == kBytes;  // one register is never whole
+    const bool whole = left.len == kBytes;
     const uint8_t last = whole ? block[kBytes - 1] : 0;
     const bool lead63 = last >= kLeadsFrom;
     const bool lead3At62 = whole && IsThreeByteLead(block[kBytes - 2]);
@@ -612,35 +608,56 @@ CH_TARGET bool Avx2WithoutFaults(const uint8_t* before, const uint8_t* block, si
   return !PlanBlock<true>(v, prev[1], left, block, room).stop;
 }
 
+// Where each group of eight bytes' characters start among the units of
+// their block.
+struct GroupStarts {
+  size_t at[8];
+};
+
+CH_HELPER GroupStarts StartsOf(uint64_t ends) {
+  GroupStarts starts;
+  for (size_t g = 0; g < 8; ++g) starts.at[g] = CountOnes(ends & Below(8 * g));
+  return starts;
+}
+
+// StoreUnits near the room's end: each store cut where the output ends. Out
+// of line, as it is rare (a block within 7 units of the room's end).
+__attribute__((noinline)) CH_TARGET void StoreUnitsBefore(const __m256i (&v)[2], __m256i prev,
+                                                          uint64_t ends, size_t count,
+                                                          uint16_t* dst) {
+  const GroupStarts starts = StartsOf(ends);
+  for (int k = 0; k < 2; ++k) {
+    __m256i first, second;
+    DecodeUtf8(v, prev, k, first, second);
+    const UnitGroups groups = GroupUnits(first, second, static_cast<uint32_t>(ends >> (32 * k)));
+    for (size_t g = 0; g < std::size(groups.units) && starts.at[4 * k + g] < count; ++g) {
+      StoreBefore(reinterpret_cast<uint8_t*>(dst), 2 * starts.at[4 * k + g], groups.units[g],
+                  2 * count);
+    }
+  }
+}
+
 // The `count` characters of a block that end where `ends` has a bit, as
 // units at `dst` (room for `room`). Each group's store writes a whole lane,
 // past the units it keeps, which the next one covers; the last reaches up to
 // 7 units past the block's output, which are put back as they were. Where
-// the room ends sooner, each store is cut where the output ends. With
-// `kRegisters` 1, only v[0] has characters.
+// the room ends sooner, see StoreUnitsBefore. With `kRegisters` 1, only v[0]
+// has characters.
 template <int kRegisters = 2>
 CH_HELPER void StoreUnits(const __m256i (&v)[2], __m256i prev, uint64_t ends, size_t count,
                           uint16_t* dst, size_t room) {
-  size_t at[8];
-  for (size_t g = 0; g < 8; ++g) at[g] = CountOnes(ends & Below(8 * g));
-  if (room >= count + 7) {
-    const __m128i after = _mm_loadu_si128(reinterpret_cast<const __m128i*>(dst + count));
-    for (int k = 0; k < kRegisters; ++k) {
-      __m256i first, second;
-      DecodeUtf8(v, prev, k, first, second);
-      PackUnits(first, second, static_cast<uint32_t>(ends >> (32 * k)), dst, at + 4 * k);
-    }
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + count), after);
+  if (room < count + 7) {
+    StoreUnitsBefore(v, prev, ends, count, dst);
     return;
   }
+  const GroupStarts starts = StartsOf(ends);
+  const __m128i after = _mm_loadu_si128(reinterpret_cast<const __m128i*>(dst + count));
   for (int k = 0; k < kRegisters; ++k) {
     __m256i first, second;
     DecodeUtf8(v, prev, k, first, second);
-    const UnitGroups groups = GroupUnits(first, second, static_cast<uint32_t>(ends >> (32 * k)));
-    for (size_t g = 0; g < std::size(groups.units) && at[4 * k + g] < count; ++g) {
-      StoreBefore(reinterpret_cast<uint8_t*>(dst), 2 * at[4 * k + g], groups.units[g], 2 * count);
-    }
+    PackUnits(first, second, static_cast<uint32_t>(ends >> (32 * k)), dst, starts.at + 4 * k);
   }
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + count), after);
 }
 
 // Out of line: inlined into its one caller, the entry for a sentence below,
@@ -713,17 +730,6 @@ __attribute__((noinline)) CH_TARGET RunEnd Avx2Utf8Blocks(const uint8_t* src, si
   return {i, o};
 }
 
-// A text's only block, `left`, planned and taken (a clause of less than 32
-// bytes in one register, see PlanBlock).
-template <int kRegisters>
-CH_HELPER Utf8Plan LastBlock(const __m256i (&v)[2], const Utf8Bytes& left, const uint8_t* block,
-                             uint16_t* dst, size_t room) {
-  const __m256i none = _mm256_setzero_si256();
-  const Utf8Plan plan = PlanBlock<false, kRegisters>(v, none, left, block, room);
-  StoreUnits<kRegisters>(v, none, plan.ends, plan.count, dst, room);
-  return plan;
-}
-
 // A run whose text ends within its first block (a sentence) takes that block
 // here, where nothing comes before it and it has the registers to itself, as
 // Avx2Utf8Blocks would take it.
@@ -759,9 +765,13 @@ CH_TARGET RunEnd Avx2Utf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* 
   Utf8Bytes only = {};
   only.len = n - i;
   only.atEnd = true;
-  const Utf8Plan plan = only.len < sizeof(__m256i)
-                            ? LastBlock<1>(v, only, src + i, dst + o, cap - o)
-                            : LastBlock<2>(v, only, src + i, dst + o, cap - o);
+  const __m256i none = _mm256_setzero_si256();
+  const Utf8Plan plan = PlanBlock(v, none, only, src + i, cap - o);
+  if ((plan.ends >> 32) == 0) {  // all its characters end in v[0] (a clause)
+    StoreUnits<1>(v, none, plan.ends, plan.count, dst + o, cap - o);
+  } else {
+    StoreUnits(v, none, plan.ends, plan.count, dst + o, cap - o);
+  }
   return {plan.stop ? i + plan.resume : n, o + plan.count};
 }
 
