@@ -421,6 +421,18 @@ CH_HELPER bool StaysAsItIs(const uint8_t* from, __m512i& x) {
   return ((leads & (LeadBytes(second) | LeadBytes(third))) | changes) == 0;
 }
 
+// Whether a byte of `x` is E2, E3 or EF, the leads that may change.
+CH_HELPER bool MayChange(__m512i x) {
+  return (_mm512_cmpeq_epi8_mask(_mm512_and_si512(x, Byte(0xFE)), Byte(0xE2)) |
+          _mm512_cmpeq_epi8_mask(x, Byte(0xEF))) != 0;
+}
+
+// The test of blocks that stay alone, for the tests (see StaysAsItIs).
+CH_RUN bool Avx512StaysAsItIs(const uint8_t* block) {
+  __m512i x;
+  return StaysAsItIs(block, x);
+}
+
 CH_RUN void Avx512HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* out, size_t& ro) {
   size_t i = ri;
   size_t o = ro;
@@ -429,7 +441,14 @@ CH_RUN void Avx512HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* ou
     StartHalfWidthBlock(b, n - i);
     const __m512i x = _mm512_maskz_loadu_epi8(Below(b.len), in + i);
     b.leads = LeadBytes(x);
-    if ((b.leads | b.skip) == 0 && b.len == kBytes) {
+    if ((b.leads | b.skip) == 0 && b.len < kBytes) {
+      // The last bytes, without a lead, stay as they are.
+      _mm512_mask_storeu_epi8(out + o, Below(b.len), x);
+      i += b.len;
+      o += b.len;
+      break;
+    }
+    if ((b.leads | b.skip) == 0) {
       // 64 bytes without a lead, and the text after them two blocks at a
       // time for as long as it is ASCII (English text).
       _mm512_storeu_si512(out + o, x);
@@ -448,13 +467,18 @@ CH_RUN void Avx512HalfWidth(const uint8_t* in, size_t n, size_t& ri, uint8_t* ou
       continue;
     }
     // The bytes after each, the last two from the next block when known
-    // (`ahead`).
-    const __m512i second = _mm512_maskz_loadu_epi8(Below(n - i - 1), in + i + 1);
-    const __m512i third = _mm512_maskz_loadu_epi8(Below(Remaining(n - i, kAhead)), in + i + 2);
-    // Bytes 64 and 65 are the last two of `third`.
-    b.leadsAhead = LeadBytes(third) >> 62;
-    const __m512i halves = Halves(x, second, third);
-    b.changes = _mm512_test_epi8_mask(halves, halves);
+    // (`ahead`), and what the leads become. At the text's end only when a
+    // lead is E2, E3 or EF, the only ones that can change.
+    __m512i halves = _mm512_setzero_si512();
+    b.changes = 0;
+    if (b.ahead || MayChange(x)) {
+      const __m512i second = _mm512_maskz_loadu_epi8(Below(n - i - 1), in + i + 1);
+      const __m512i third = _mm512_maskz_loadu_epi8(Below(Remaining(n - i, kAhead)), in + i + 2);
+      // Bytes 64 and 65 are the last two of `third`.
+      b.leadsAhead = LeadBytes(third) >> 62;
+      halves = Halves(x, second, third);
+      b.changes = _mm512_test_epi8_mask(halves, halves);
+    }
     if (Unchanged(b)) {
       // ... and the blocks after it that change nothing either, for as long
       // as they last (Chinese and mixed text).
@@ -511,7 +535,7 @@ extern const Kernels kAvx512Kernels = {"avx512",
                                        Avx512TerminatedLength16,
                                        Avx512ThreeByteGroups,
                                        nullptr,
-                                       nullptr,
+                                       Avx512StaysAsItIs,
                                        nullptr};
 
 }  // namespace commonhelpers_internal
