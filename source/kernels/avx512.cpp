@@ -265,7 +265,7 @@ __attribute__((noinline)) CH_RUN RunEnd Utf8Blocks(const uint8_t* src, size_t n,
     // needs no bytes before it.
     const size_t start = i - b.open;
     size_t at = start;
-    if (n - start >= 96 && ChineseShape(b.lead3, b.open)) ChineseGroups(src, n, at, dst, cap, o);
+    if (ChineseShape(b.lead3, b.open)) ChineseGroups(src, n, at, dst, cap, o);
     if (at != start) {
       i = at;
       b.claimed = 0;
