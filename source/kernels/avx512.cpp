@@ -413,10 +413,10 @@ __attribute__((noinline)) CH_RUN RunEnd Utf16Blocks(const uint16_t* src, size_t 
   return {i, o};
 }
 
-// A sentence, 17 to 64 units, goes to the AVX2 run: on the CPUs this was
-// timed on (whose 512-bit instructions run as two 256-bit halves) its paths
-// for a block of 32 units then a few ASCII ones take a mixed sentence in a
-// fifth less time than these blocks of 32; clauses and longer texts stay.
+// A sentence, 17 to 64 units, goes to the AVX2 run: on both CPUs with
+// AVX-512 this was timed on, its paths for a block of 32 units then a few
+// ASCII ones take a mixed sentence in a fifth less time than these blocks of
+// 32. Clauses stay (this loop takes a mixed one faster), and longer texts.
 CH_RUN RunEnd Avx512Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* dst, size_t cap,
                              size_t o) {
   if (n - i > kUnits / 2 && n - i <= 2 * kUnits)
