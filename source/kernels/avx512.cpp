@@ -321,12 +321,13 @@ __attribute__((noinline)) CH_RUN RunEnd Utf8Blocks(const uint8_t* src, size_t n,
 // English sentence would cost: the block after them starts at a character.
 CH_RUN RunEnd Avx512Utf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* dst, size_t cap,
                              size_t o) {
-  for (; n - i >= kBytes && cap - o >= kBytes; i += kBytes, o += kBytes) {
+  for (size_t blocks = Smaller(n - i, cap - o) / kBytes; blocks > 0;
+       --blocks, i += kBytes, o += kBytes) {
     const __m512i x = _mm512_loadu_si512(src + i);
     if (_mm512_movepi8_mask(x) != 0) break;
     Widen(x, dst + o);
   }
-  return i < n ? Utf8Blocks(src, n, i, dst, cap, o) : RunEnd{i, o};
+  return i == n ? RunEnd{i, o} : Utf8Blocks(src, n, i, dst, cap, o);
 }
 
 // The UTF-8 forms of 16 units in 32-bit lanes, first byte lowest, unused
