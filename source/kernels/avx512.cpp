@@ -347,6 +347,8 @@ CH_HELPER __m512i Forms(__m256i units, uint32_t twoOrMore, uint32_t three) {
       static_cast<__mmask16>(three), threeBytes);
 }
 
+// The run from UTF-16 in blocks of 32 units (see Avx512Utf16To8); out of
+// line, so that its frame stays out of a sentence's handoff.
 __attribute__((noinline)) CH_RUN RunEnd Utf16Blocks(const uint16_t* src, size_t n, size_t i,
                                                     uint8_t* dst, size_t cap, size_t o) {
   while (i < n) {
