@@ -398,6 +398,54 @@ TEST(Kernels, EveryRunTakesAllOfItsKindThatFitsAndStopsRightBeforeTheRest) {
   }
 }
 
+// Each bound where two exact paths of a run meet, from both sides (a length, or a room that the
+// output fills exactly or misses by one): the paths that the traced run reports. A fault that moves
+// such a bound changes no result, only these.
+TEST(Kernels, RunsTakeEachOfTheirPathsUpToItsBoundAndNoFurther) {
+  using namespace commonhelpers_internal;  // the path bits
+  const std::u16string a16(16, u'a'), e16(16, u'\xE9'), zh(32, u'\x4F60');
+  std::string e64;
+  for (int k = 0; k < 32; ++k) e64 += "\xC3\xA9";
+  const std::tuple<std::string, std::string, size_t, uint32_t> from8[] = {
+      {"avx2", std::string(64, 'a'), 64, kShortTextPath},
+      {"avx2", std::string(65, 'a'), 65, 0},
+      {"avx2", e64, 39, kShortTextPath | kInPlacePath},
+      {"avx2", e64, 38, kShortTextPath},
+      {"avx2", "a" + e64, 39, kInPlacePath},
+      {"avx2", "a" + e64, 38, 0}};
+  const std::tuple<std::string, std::u16string, size_t, uint32_t> from16[] = {
+      {"avx2", a16, 16, kShortTextPath},
+      {"avx2", a16 + u"a", 17, 0},
+      {"avx2", a16 + a16 + u"abcdefgh", 40, kLastAsciiPath},
+      {"avx2", a16 + a16 + u"abcdefgh", 39, 0},
+      {"avx2", e16 + a16, 48, kAsciiSecondHalfPath},
+      {"avx2", e16 + a16, 47, 0},
+      {"avx2", zh, 51, kChineseLast16Path},
+      {"avx2", zh, 50, 0},
+      {"avx2", e16 + e16, 96, kInPlacePath},
+      {"avx2", e16 + e16, 95, 0},
+      {"avx512", a16, 16, 0},
+      {"avx512", a16 + u"a", 17, kNarrowerLevelPath},
+      {"avx512", a16 + a16 + a16 + a16, 64, kNarrowerLevelPath},
+      {"avx512", a16 + a16 + a16 + a16 + u"a", 65, 0}};
+  std::vector<uint16_t> units(200);
+  std::vector<uint8_t> bytes(200);
+  for (const Kernels* level : Levels()) {
+    for (const auto& [name, text, cap, paths] : from8) {
+      if (level->name != name) continue;
+      const TracedEnd end = level->tracedRuns->utf8To16(
+          reinterpret_cast<const uint8_t*>(text.c_str()), text.size(), 0, units.data(), cap, 0);
+      EXPECT_EQ(end.paths, paths) << name << ": " << text.size() << " bytes into " << cap;
+    }
+    for (const auto& [name, text, cap, paths] : from16) {
+      if (level->name != name) continue;
+      const TracedEnd end = level->tracedRuns->utf16To8(
+          reinterpret_cast<const uint16_t*>(text.c_str()), text.size(), 0, bytes.data(), cap, 0);
+      EXPECT_EQ(end.paths, paths) << name << ": " << text.size() << " units into " << cap;
+    }
+  }
+}
+
 // The scalar level first, then the ones that this build has and the CPU runs, narrowest first;
 // COMMONHELPERS_SIMD picks its level when there is one, else the widest: with nothing asked, the
 // widest level of the build whose instructions this CPU has.

@@ -105,6 +105,60 @@ struct OwnRuns {
   Utf16To8Run utf16To8;
 };
 
+// The paths that stand beside a run's general one, where two exact paths
+// meet at a length or a room: a fault that moves such a bound changes no
+// result, only the speed, so a level's traced runs report the paths they
+// took, for the tests. The levels that have them:
+enum RunPath : uint32_t {
+  // AVX2: a text of at most one block (64 bytes from UTF-8, 16 units from
+  // UTF-16) taken by the run's entry, without its loop over blocks.
+  kShortTextPath = 1,
+  // AVX2: a block's units or forms stored straight into place, past its
+  // output, and what was there put back (else each store is cut).
+  kInPlacePath = 2,
+  // AVX2 from UTF-16: a text's last 16 ASCII units in one store.
+  kLastAsciiPath = 4,
+  // AVX2 from UTF-16: a block whose second half is ASCII, in place.
+  kAsciiSecondHalfPath = 8,
+  // AVX2 from UTF-16: a block of Chinese text cut short past 16 units.
+  kChineseLast16Path = 16,
+  // AVX-512 from UTF-16: the text handed to AVX2's run.
+  kNarrowerLevelPath = 32,
+};
+
+// A traced run's result: where it ended, and the bits of the paths it took.
+struct TracedEnd {
+  size_t i;
+  size_t o;
+  uint32_t paths;
+};
+
+// What a run keeps of its paths: nothing in the tables' runs, which pay
+// nothing for it, or their bits in the traced ones. Each run's code is one
+// template for both, so the traced run is the run.
+struct NoPaths {
+  static void Took(RunPath) {}
+  static RunEnd End(size_t i, size_t o) { return {i, o}; }
+  // Passed on as a reference, so that a run ending in another's call jumps
+  // to it: GCC calls it, then returns, when the result is copied on the way.
+  static RunEnd&& End(RunEnd&& end) { return static_cast<RunEnd&&>(end); }
+};
+struct PathLog {
+  uint32_t taken = 0;
+  void Took(RunPath path) { taken |= path; }
+  TracedEnd End(size_t i, size_t o) const { return {i, o, taken}; }
+  TracedEnd End(RunEnd end) const { return End(end.i, end.o); }
+};
+
+// A level's runs as they are, but reporting their paths; null where a run
+// has no such path. See RunPath.
+struct TracedRuns {
+  TracedEnd (*utf8To16)(const uint8_t* src, size_t n, size_t i, uint16_t* dst, size_t cap,
+                        size_t o);
+  TracedEnd (*utf16To8)(const uint16_t* src, size_t n, size_t i, uint8_t* dst, size_t cap,
+                        size_t o);
+};
+
 // Each slot has a type of its own, so that a table with two kernels swapped
 // does not compile. A run may hand its text on to a narrower level's run,
 // through that level's table: SSE2 hands the characters it leaves to the
@@ -121,6 +175,7 @@ struct Kernels {
   FaultFreeBlock faultFreeBlock;
   StaysAsItIs staysAsItIs;
   const OwnRuns* ownRuns;
+  const TracedRuns* tracedRuns;
 };
 
 template <typename... Slots>
@@ -128,9 +183,10 @@ constexpr bool kAllDistinct = true;
 template <typename Slot, typename... Others>
 constexpr bool kAllDistinct<Slot, Others...> =
     !(std::is_same_v<Slot, Others> || ...) && kAllDistinct<Others...>;
-static_assert(kAllDistinct<CpuCheck, Utf8To16Run, Utf16To8Run, HalfWidthRun, LengthScan16,
-                           ThreeByteGroups, FaultFreeBlock, StaysAsItIs, const OwnRuns*>,
-              "every slot of Kernels needs a type of its own");
+static_assert(
+    kAllDistinct<CpuCheck, Utf8To16Run, Utf16To8Run, HalfWidthRun, LengthScan16, ThreeByteGroups,
+                 FaultFreeBlock, StaysAsItIs, const OwnRuns*, const TracedRuns*>,
+    "every slot of Kernels needs a type of its own");
 
 // Every level this build has, narrowest (scalar) first, whether or not the
 // CPU runs it; `*pcount` receives their number, at most kMaxLevels. Defined

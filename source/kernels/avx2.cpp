@@ -644,13 +644,14 @@ __attribute__((noinline)) CH_TARGET void StoreUnitsBefore(const __m256i (&v)[2],
 // the room ends sooner, see StoreUnitsBefore. With `kRegisters` 1, every
 // character ends in v[0], and v[1] is left alone (a mixed clause a quarter
 // faster).
-template <int kRegisters = 2>
+template <int kRegisters = 2, typename Paths>
 CH_HELPER void StoreUnits(const __m256i (&v)[2], __m256i prev, uint64_t ends, size_t count,
-                          uint16_t* dst, size_t room) {
+                          uint16_t* dst, size_t room, Paths& paths) {
   if (room < count + 7) {
     StoreUnitsBefore(v, prev, ends, count, dst);
     return;
   }
+  paths.Took(kInPlacePath);
   const GroupStarts starts = StartsOf(ends);
   const __m128i after = _mm_loadu_si128(reinterpret_cast<const __m128i*>(dst + count));
   for (int k = 0; k < kRegisters; ++k) {
@@ -663,8 +664,10 @@ CH_HELPER void StoreUnits(const __m256i (&v)[2], __m256i prev, uint64_t ends, si
 
 // Out of line: inlined into its one caller, the entry for a sentence below,
 // its loop lost registers to it (mixed pages a quarter slower).
-__attribute__((noinline)) CH_TARGET RunEnd Avx2Utf8Blocks(const uint8_t* src, size_t n, size_t i,
-                                                          uint16_t* dst, size_t cap, size_t o) {
+template <typename Paths>
+__attribute__((noinline)) CH_TARGET auto Avx2Utf8Blocks(const uint8_t* src, size_t n, size_t i,
+                                                        uint16_t* dst, size_t cap, size_t o) {
+  Paths paths;
   Utf8Bytes left = {};
   __m256i prev = _mm256_setzero_si256();
   while (i < n) {
@@ -718,7 +721,7 @@ __attribute__((noinline)) CH_TARGET RunEnd Avx2Utf8Blocks(const uint8_t* src, si
     }
     left.atEnd = n - i == left.len;
     const Utf8Plan plan = PlanBlock(v, prev, left, src + i, cap - o);
-    StoreUnits(v, prev, plan.ends, plan.count, dst + o, cap - o);
+    StoreUnits(v, prev, plan.ends, plan.count, dst + o, cap - o, paths);
     o += plan.count;
     if (plan.stop) {
       i = i - left.open + plan.resume;
@@ -728,16 +731,19 @@ __attribute__((noinline)) CH_TARGET RunEnd Avx2Utf8Blocks(const uint8_t* src, si
     left = plan.next;
     prev = v[1];
   }
-  return {i, o};
+  return paths.End(i, o);
 }
 
 // A run whose text ends within its first block (a sentence) takes that block
 // here, where nothing comes before it and it has the registers to itself, as
 // Avx2Utf8Blocks would take it.
-CH_TARGET RunEnd Avx2Utf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* dst, size_t cap,
-                              size_t o) {
+template <typename Paths>
+CH_TARGET auto Avx2Utf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* dst, size_t cap,
+                            size_t o) {
   const size_t len = n - i;
-  if (len > kBytes) return Avx2Utf8Blocks(src, n, i, dst, cap, o);
+  if (len > kBytes) return Avx2Utf8Blocks<Paths>(src, n, i, dst, cap, o);
+  Paths paths;
+  paths.Took(kShortTextPath);
   __m256i v[2];
   if (len == kBytes) {
     Load(src + i, v);
@@ -745,7 +751,7 @@ CH_TARGET RunEnd Avx2Utf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* 
     // Chinese text shorter than a block is read where it stands, so it
     // needs no load in parts first (a tenth off a clause).
     const size_t taken = ChineseTail(src + i, len, dst + o, cap - o);
-    if (taken != 0) return {n, o + taken};
+    if (taken != 0) return paths.End(n, o + taken);
     LoadPart(src + i, len, v);
   }
   if (_mm256_movemask_epi8(_mm256_or_si256(v[0], v[1])) == 0) {
@@ -755,7 +761,7 @@ CH_TARGET RunEnd Avx2Utf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* 
     } else {
       WidenFirst(v, dst + o, take);
     }
-    return {i + take, o + take};
+    return paths.End(i + take, o + take);
   }
   // Chinese groups in a whole block (a shorter text is taken above or not at
   // all); what they leave, fewer than 64 bytes, starts anew.
@@ -769,11 +775,11 @@ CH_TARGET RunEnd Avx2Utf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* 
   const __m256i none = _mm256_setzero_si256();
   const Utf8Plan plan = PlanBlock(v, none, only, src + i, cap - o);
   if ((plan.ends >> 32) == 0) {  // all its characters end in v[0] (a clause)
-    StoreUnits<1>(v, none, plan.ends, plan.count, dst + o, cap - o);
+    StoreUnits<1>(v, none, plan.ends, plan.count, dst + o, cap - o, paths);
   } else {
-    StoreUnits(v, none, plan.ends, plan.count, dst + o, cap - o);
+    StoreUnits(v, none, plan.ends, plan.count, dst + o, cap - o, paths);
   }
-  return {plan.stop ? i + plan.resume : n, o + plan.count};
+  return paths.End(plan.stop ? i + plan.resume : n, o + plan.count);
 }
 
 // Bit p of the result for unit p of v[0] and v[1]: packs keeps each 128-bit
@@ -969,8 +975,11 @@ __attribute__((noinline)) CH_TARGET Utf16Plan Avx2LastForms(__m256i v0, __m256i 
 // as fits, in the fixed pieces of Chinese blocks before any plan (a Chinese
 // clause a quarter faster). Out of line: inlined into the run's entry, it
 // made English pages a twentieth slower.
-__attribute__((noinline)) CH_TARGET RunEnd ShortUtf16To8(const uint16_t* src, size_t n, size_t i,
-                                                         uint8_t* dst, size_t cap, size_t o) {
+template <typename Paths>
+__attribute__((noinline)) CH_TARGET auto ShortUtf16To8(const uint16_t* src, size_t n, size_t i,
+                                                       uint8_t* dst, size_t cap, size_t o) {
+  Paths paths;
+  paths.Took(kShortTextPath);
   __m256i v[2];
   LoadLastUnits(src + i, n - i, v);
   const UnitKinds kinds[] = {KindsOf(v[0]), KindsOf(v[1])};
@@ -978,16 +987,20 @@ __attribute__((noinline)) CH_TARGET RunEnd ShortUtf16To8(const uint16_t* src, si
   if ((UnitBits(notThree, _mm256_setzero_si256()) & Below(n - i)) == 0) {  // Chinese text
     const size_t take = Smaller(n - i, (cap - o) / 3);
     ThreeByteForms(v[0], dst + o, 0, 3 * take);
-    return {i + take, o + 3 * take};
+    return paths.End(i + take, o + 3 * take);
   }
   const Utf16Plan plan = PlanUtf16(ClassifyUtf16(kinds, n - i), cap - o);
   StoreFormsBefore(dst + o, 0, v[0], kinds[0], FormRows(kinds[0]), plan.bytes);
-  return {i + plan.count, o + plan.bytes};
+  return paths.End(i + plan.count, o + plan.bytes);
 }
 
-CH_TARGET RunEnd Avx2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* dst, size_t cap,
-                              size_t o) {
-  if (n - i <= kHalfUnits) return ShortUtf16To8(src, n, i, dst, cap, o);
+// The run of more than 16 units (see Avx2Utf16To8). Out of line, so that a
+// clause goes to its own function before this one sets up its frame (a mixed
+// clause a tenth faster).
+template <typename Paths>
+__attribute__((noinline)) CH_TARGET auto Avx2Utf16To8Blocks(const uint16_t* src, size_t n, size_t i,
+                                                            uint8_t* dst, size_t cap, size_t o) {
+  Paths paths;
   while (i < n) {
     __m256i v[2];
     const size_t len = Smaller(n - i, kUnits);
@@ -1005,7 +1018,8 @@ CH_TARGET RunEnd Avx2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* 
           _mm_storeu_si128(
               reinterpret_cast<__m128i*>(dst + o + len - kHalfUnits),
               _mm_packus_epi16(_mm256_castsi256_si128(last), _mm256_extracti128_si256(last, 1)));
-          return {n, o + len};
+          paths.Took(kLastAsciiPath);
+          return paths.End(n, o + len);
         }
       }
       LoadLastUnits(src + i, len, v);
@@ -1049,6 +1063,7 @@ CH_TARGET RunEnd Avx2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* 
         PackForms(first, second, rows, dst + o);
         _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + o + bytes - kHalfUnits),
                          _mm256_extracti128_si256(low, 1));
+        paths.Took(kAsciiSecondHalfPath);
         o += bytes;
         i += kUnits;
         continue;
@@ -1070,6 +1085,7 @@ CH_TARGET RunEnd Avx2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* 
         // ending where the output does, over the first ones.
         ThreeByteForms(v[0], dst + o, 0, 3 * take);
         if (take > kHalfUnits) {
+          paths.Took(kChineseLast16Path);
           ThreeByteFormsBefore(
               _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + i + take - kHalfUnits)),
               dst + o + 3 * take);
@@ -1095,10 +1111,18 @@ CH_TARGET RunEnd Avx2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* 
     const __m256i after = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(dst + o + bytes));
     StoreForms(v, kinds, rows, dst + o);
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + o + bytes), after);
+    paths.Took(kInPlacePath);
     o += bytes;
     i += len;
   }
-  return {i, o};
+  return paths.End(i, o);
+}
+
+template <typename Paths>
+CH_TARGET auto Avx2Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* dst, size_t cap,
+                            size_t o) {
+  if (n - i > kHalfUnits) return Avx2Utf16To8Blocks<Paths>(src, n, i, dst, cap, o);
+  return ShortUtf16To8<Paths>(src, n, i, dst, cap, o);
 }
 
 // Nonzero in the bytes of the leads of `x` that change, from the low six
@@ -1323,17 +1347,20 @@ CH_TARGET CH_WHOLE_BLOCKS size_t Avx2TerminatedLength16(const uint16_t* text) {
          2;
 }
 
+constexpr TracedRuns kAvx2TracedRuns = {Avx2Utf8To16<PathLog>, Avx2Utf16To8<PathLog>};
+
 }  // namespace
 
 extern const Kernels kAvx2Kernels = {"avx2",
                                      Avx2Supported,
-                                     Avx2Utf8To16,
-                                     Avx2Utf16To8,
+                                     Avx2Utf8To16<NoPaths>,
+                                     Avx2Utf16To8<NoPaths>,
                                      Avx2HalfWidth,
                                      Avx2TerminatedLength16,
                                      Avx2ThreeByteGroups,
                                      Avx2WithoutFaults,
                                      Avx2StaysAsItIs,
-                                     nullptr};
+                                     nullptr,
+                                     &kAvx2TracedRuns};
 
 }  // namespace commonhelpers_internal

@@ -349,8 +349,9 @@ CH_HELPER __m512i Forms(__m256i units, uint32_t twoOrMore, uint32_t three) {
 
 // The run from UTF-16 in blocks of 32 units (see Avx512Utf16To8); out of
 // line, so that its frame stays out of a sentence's handoff.
-__attribute__((noinline)) CH_RUN RunEnd Utf16Blocks(const uint16_t* src, size_t n, size_t i,
-                                                    uint8_t* dst, size_t cap, size_t o) {
+template <typename Paths>
+__attribute__((noinline)) CH_RUN auto Utf16Blocks(const uint16_t* src, size_t n, size_t i,
+                                                  uint8_t* dst, size_t cap, size_t o) {
   while (i < n) {
     const size_t len = Smaller(n - i, kUnits);
     const __m512i x = _mm512_maskz_loadu_epi16(static_cast<__mmask32>(Below(len)), src + i);
@@ -413,18 +414,28 @@ __attribute__((noinline)) CH_RUN RunEnd Utf16Blocks(const uint16_t* src, size_t 
     }
     i += len;
   }
-  return {i, o};
+  return Paths().End(i, o);
+}
+
+// A function apart, so that GCC jumps to both of the entry's runs (it calls
+// one of two whose results pass through a conversion first).
+template <typename Paths>
+__attribute__((noinline)) CH_RUN auto HandToAvx2(const uint16_t* src, size_t n, size_t i,
+                                                 uint8_t* dst, size_t cap, size_t o) {
+  Paths paths;
+  paths.Took(kNarrowerLevelPath);
+  return paths.End(kAvx2Kernels.utf16To8(src, n, i, dst, cap, o));
 }
 
 // A sentence, 17 to 64 units, goes to the AVX2 run: on both CPUs with
 // AVX-512 this was timed on, its paths for a block of 32 units then a few
 // ASCII ones take a mixed sentence in a fifth less time than these blocks of
 // 32. Clauses stay (this loop takes a mixed one faster), and longer texts.
-CH_RUN RunEnd Avx512Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* dst, size_t cap,
-                             size_t o) {
-  if (n - i > kUnits / 2 && n - i <= 2 * kUnits)
-    return kAvx2Kernels.utf16To8(src, n, i, dst, cap, o);
-  return Utf16Blocks(src, n, i, dst, cap, o);
+template <typename Paths>
+CH_RUN auto Avx512Utf16To8(const uint16_t* src, size_t n, size_t i, uint8_t* dst, size_t cap,
+                           size_t o) {
+  if (n - i > kUnits / 2 && n - i <= 2 * kUnits) return HandToAvx2<Paths>(src, n, i, dst, cap, o);
+  return Utf16Blocks<Paths>(src, n, i, dst, cap, o);
 }
 
 // The byte each lead of `x` becomes (zero where it stays), from the low six
@@ -570,17 +581,20 @@ CH_TARGET CH_WHOLE_BLOCKS size_t Avx512TerminatedLength16(const uint16_t* text) 
          2;
 }
 
+constexpr TracedRuns kAvx512TracedRuns = {nullptr, Avx512Utf16To8<PathLog>};
+
 }  // namespace
 
 extern const Kernels kAvx512Kernels = {"avx512",
                                        Avx512Supported,
                                        Avx512Utf8To16,
-                                       Avx512Utf16To8,
+                                       Avx512Utf16To8<NoPaths>,
                                        Avx512HalfWidth,
                                        Avx512TerminatedLength16,
                                        Avx512ThreeByteGroups,
                                        nullptr,
                                        Avx512StaysAsItIs,
-                                       nullptr};
+                                       nullptr,
+                                       &kAvx512TracedRuns};
 
 }  // namespace commonhelpers_internal

@@ -106,6 +106,7 @@ extern const Kernels kScalarKernels = {"scalar",
                                        ScalarThreeByteGroups,
                                        nullptr,
                                        nullptr,
+                                       nullptr,
                                        nullptr};
 
 }  // namespace commonhelpers_internal

@@ -299,9 +299,16 @@ constexpr OwnRuns kSse2OwnRuns = {Sse2Utf8To16<true>, Sse2Utf16To8<true>};
 
 }  // namespace
 
-extern const Kernels kSse2Kernels = {
-    "sse2",        Sse2Supported,          Sse2Utf8To16<false>, Sse2Utf16To8<false>,
-    Sse2HalfWidth, Sse2TerminatedLength16, Sse2ThreeByteGroups, nullptr,
-    nullptr,       &kSse2OwnRuns};
+extern const Kernels kSse2Kernels = {"sse2",
+                                     Sse2Supported,
+                                     Sse2Utf8To16<false>,
+                                     Sse2Utf16To8<false>,
+                                     Sse2HalfWidth,
+                                     Sse2TerminatedLength16,
+                                     Sse2ThreeByteGroups,
+                                     nullptr,
+                                     nullptr,
+                                     &kSse2OwnRuns,
+                                     nullptr};
 
 }  // namespace commonhelpers_internal
