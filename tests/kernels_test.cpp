@@ -288,7 +288,7 @@ TEST(Kernels, NoLevelReadsPastTheTerminator) {
     std::u16string utf16;
     for (size_t length = 0; length < 200; ++length) {
       std::tuple<std::u16string, std::string, std::string> scalar;
-      for (const Kernels* level : Levels()) {
+      for (const Kernels* level : kernel_diff::LevelsAndTraced()) {
         std::fill(units.begin(), units.end(), u'?');
         half.assign(800, '?');
         narrow.assign(800, '?');
@@ -383,7 +383,7 @@ TEST(Kernels, EveryRunTakesAllOfItsKindThatFitsAndStopsRightBeforeTheRest) {
     size_t cap = round % 2 ? 3 * utf8.text.size() : random() % (utf16.units.size() + 2);
     if (round % 6 == 3) cap = utf16.units.size();  // exactly the room of the UTF-8 form
     if (alone) cap = 63 + round % 3;
-    for (const Kernels* level : Levels()) {
+    for (const Kernels* level : kernel_diff::LevelsAndTraced()) {
       const std::string at = std::string(level->name) + ", round " + std::to_string(round) + ": ";
       const auto halfWidth = [level](const uint8_t* s, size_t n, size_t i, uint8_t* d, size_t,
                                      size_t o) {
@@ -404,7 +404,7 @@ TEST(Kernels, EveryRunTakesAllOfItsKindThatFitsAndStopsRightBeforeTheRest) {
 TEST(Kernels, RunsTakeEachOfTheirPathsUpToItsBoundAndNoFurther) {
   using namespace commonhelpers_internal;  // the path bits
   const std::u16string a16(16, u'a'), e16(16, u'\xE9'), zh(32, u'\x4F60');
-  std::string e64;
+  std::string e64;  // 32 two-byte characters
   for (int k = 0; k < 32; ++k) e64 += "\xC3\xA9";
   const std::tuple<std::string, std::string, size_t, uint32_t> from8[] = {
       {"avx2", std::string(64, 'a'), 64, kShortTextPath},

@@ -105,16 +105,17 @@ struct OwnRuns {
   Utf16To8Run utf16To8;
 };
 
-// The paths that stand beside a run's general one, where two exact paths
-// meet at a length or a room: a fault that moves such a bound changes no
-// result, only the speed, so a level's traced runs report the paths they
-// took, for the tests. The levels that have them:
+// The paths beside a run's general one, where two exact paths meet at a
+// length or a room: a fault that moves such a bound changes no result, only
+// the speed, so a level's traced runs report the paths they took, for the
+// tests.
 enum RunPath : uint32_t {
   // AVX2: a text of at most one block (64 bytes from UTF-8, 16 units from
   // UTF-16) taken by the run's entry, without its loop over blocks.
   kShortTextPath = 1,
   // AVX2: a block's units or forms stored straight into place, past its
-  // output, and what was there put back (else each store is cut).
+  // output, and what was there put back (else each store is cut where the
+  // output ends).
   kInPlacePath = 2,
   // AVX2 from UTF-16: a text's last 16 ASCII units in one store.
   kLastAsciiPath = 4,
@@ -150,8 +151,8 @@ struct PathLog {
   TracedEnd End(RunEnd end) const { return End(end.i, end.o); }
 };
 
-// A level's runs as they are, but reporting their paths; null where a run
-// has no such path. See RunPath.
+// A level's runs as they are, but reporting their paths (see RunPath); null
+// where a run has no such path.
 struct TracedRuns {
   TracedEnd (*utf8To16)(const uint8_t* src, size_t n, size_t i, uint16_t* dst, size_t cap,
                         size_t o);

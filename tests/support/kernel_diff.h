@@ -29,6 +29,43 @@ inline std::vector<const Kernels*> Levels() {  // scalar first
   return {levels, levels + count};
 }
 
+// A level whose conversion runs are its traced ones (the same code, one
+// template with the table's), so that every comparison meets them too.
+template <int kSlot>
+struct Traced {
+  static inline Kernels level;
+  static inline std::string name;
+  static commonhelpers_internal::RunEnd Utf8To16(const uint8_t* s, size_t n, size_t i, uint16_t* d,
+                                                 size_t cap, size_t o) {
+    const auto end = level.tracedRuns->utf8To16(s, n, i, d, cap, o);
+    return {end.i, end.o};
+  }
+  static commonhelpers_internal::RunEnd Utf16To8(const uint16_t* s, size_t n, size_t i, uint8_t* d,
+                                                 size_t cap, size_t o) {
+    const auto end = level.tracedRuns->utf16To8(s, n, i, d, cap, o);
+    return {end.i, end.o};
+  }
+  static const Kernels* Of(const Kernels& traced) {
+    level = traced;
+    name = std::string(traced.name) + " traced";
+    level.name = name.c_str();
+    if (traced.tracedRuns->utf8To16 != nullptr) level.utf8To16 = Utf8To16;
+    level.utf16To8 = Utf16To8;
+    return &level;
+  }
+};
+
+// Levels(), then each level that has traced runs, traced (two at most).
+inline std::vector<const Kernels*> LevelsAndTraced() {
+  std::vector<const Kernels*> levels = Levels();
+  for (const Kernels* level : Levels()) {
+    if (level->tracedRuns == nullptr) continue;
+    levels.push_back(levels.size() == Levels().size() ? Traced<0>::Of(*level)
+                                                      : Traced<1>::Of(*level));
+  }
+  return levels;
+}
+
 // Texts of bytes are UTF-8, texts of 16-bit units UTF-16.
 template <typename Unit>
 constexpr UtfType kEncodingOf = sizeof(Unit) == 1 ? UTF_8 : UTF_16;
@@ -50,7 +87,7 @@ std::string DifferencesInto(const std::vector<Src>& text, size_t pick) {
   const std::vector<Dst> whole = Convert<Dst>(*Levels()[0], text, text.size() * 3).second;
   const size_t exact = std::find(whole.begin(), whole.end(), 0) - whole.begin() + 1;
   std::string differences;
-  for (const Kernels* level : Levels()) {
+  for (const Kernels* level : LevelsAndTraced()) {
     for (size_t size : {text.size() * 3, exact, exact - 1, 1 + pick % exact}) {
       if (Convert<Dst>(*level, text, size) != Convert<Dst>(*Levels()[0], text, size)) {
         differences += std::string(level->name) + ": into " + std::to_string(size) + " units; ";
