@@ -404,15 +404,21 @@ TEST(Kernels, EveryRunTakesAllOfItsKindThatFitsAndStopsRightBeforeTheRest) {
 TEST(Kernels, RunsTakeEachOfTheirPathsUpToItsBoundAndNoFurther) {
   using namespace commonhelpers_internal;  // the path bits
   const std::u16string a16(16, u'a'), e16(16, u'\xE9'), zh(32, u'\x4F60');
-  std::string e64;  // 32 two-byte characters
-  for (int k = 0; k < 32; ++k) e64 += "\xC3\xA9";
+  std::string e64, zh8;  // 32 two-byte characters, 32 Chinese ones
+  for (int k = 0; k < 32; ++k) e64 += "\xC3\xA9", zh8 += "\xE4\xBD\xA0";
   const std::tuple<std::string, std::string, size_t, uint32_t> from8[] = {
       {"avx2", std::string(64, 'a'), 64, kShortTextPath},
-      {"avx2", std::string(65, 'a'), 65, 0},
+      {"avx2", std::string(65, 'a'), 64, kWholeAsciiBlockPath},
+      {"avx2", std::string(65, 'a'), 63, 0},
       {"avx2", e64, 39, kShortTextPath | kInPlacePath},
       {"avx2", e64, 38, kShortTextPath},
       {"avx2", "a" + e64, 39, kInPlacePath},
-      {"avx2", "a" + e64, 38, 0}};
+      {"avx2", "a" + e64, 38, 0},
+      {"avx2", zh8.substr(0, 48), 16, kShortTextPath | kSixteenTailPath},
+      {"avx2", zh8.substr(0, 45), 15, kShortTextPath},
+      {"avx2", zh8, 32, 0},  // two whole groups, none left for the tail
+      {"avx512", e64 + std::string(65, 'a'), 96, kWholeAsciiBlockPath},
+      {"avx512", e64 + std::string(65, 'a'), 95, 0}};
   const std::tuple<std::string, std::u16string, size_t, uint32_t> from16[] = {
       {"avx2", a16, 16, kShortTextPath},
       {"avx2", a16 + u"a", 17, 0},

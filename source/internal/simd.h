@@ -125,6 +125,12 @@ enum RunPath : uint32_t {
   kChineseLast16Path = 16,
   // AVX-512 from UTF-16: the text handed to AVX2's run.
   kNarrowerLevelPath = 32,
+  // AVX2 from UTF-8: a text's last 16 to 21 Chinese characters as two
+  // groups of 16 over each other (else, from 8 on, two groups of 8).
+  kSixteenTailPath = 64,
+  // AVX2 and AVX-512 from UTF-8: a whole block of 64 ASCII bytes in the loop
+  // over blocks, and the ASCII after it two blocks at a time.
+  kWholeAsciiBlockPath = 128,
 };
 
 // A traced run's result: where it ended, and the bits of the paths it took.

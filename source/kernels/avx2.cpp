@@ -547,10 +547,13 @@ CH_HELPER void Widen(const __m256i (&v)[2], uint16_t* dst) {
 // first group and the last (which overlap unless they are the whole of it)
 // are read where they stand; fewer, which a group would read past, come
 // from a load in parts.
-CH_HELPER size_t ChineseTail(const uint8_t* from, size_t rest, uint16_t* to, size_t room) {
+template <typename Paths>
+CH_HELPER size_t ChineseTail(const uint8_t* from, size_t rest, uint16_t* to, size_t room,
+                             Paths& paths) {
   const size_t count = rest / 3;
   if (count == 0 || !IsThreeByteLead(from[0]) || rest % 3 != 0 || count > room) return 0;
   if (count >= 16) {
+    paths.Took(kSixteenTailPath);
     __m256i units[2];
     if ((SixteenThreeByteUnits(from, units[0]) |
          SixteenThreeByteUnits(from + rest - 48, units[1])) != 0) {
@@ -581,19 +584,22 @@ CH_HELPER size_t ChineseTail(const uint8_t* from, size_t rest, uint16_t* to, siz
 // where the first 32 bytes are the leads of such characters and at least a
 // block is left; then, where fewer than 64 bytes are left (a sentence), the
 // characters of those at once (see ChineseTail).
-CH_HELPER size_t ChineseGroups(const uint8_t* src, size_t n, uint16_t* dst, size_t cap) {
+template <typename Paths>
+CH_HELPER size_t ChineseGroups(const uint8_t* src, size_t n, uint16_t* dst, size_t cap,
+                               Paths& paths) {
   size_t at = 0, o = 0;
   if (n >= kBytes && ThreeByteLeads(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(src)))) {
     for (; n - at >= 48 && cap - o >= 16 && ThreeByteChars(src + at, dst + o); at += 48, o += 16) {
     }
   }
-  if (n - at < kBytes) o += ChineseTail(src + at, n - at, dst + o, cap - o);
+  if (n - at < kBytes) o += ChineseTail(src + at, n - at, dst + o, cap - o, paths);
   return o;
 }
 
 // As the run takes them (the end of a text of one block too).
 CH_TARGET size_t Avx2ThreeByteGroups(const uint8_t* src, size_t n, uint16_t* dst, size_t cap) {
-  return ChineseGroups(src, n, dst, cap);
+  NoPaths none;
+  return ChineseGroups(src, n, dst, cap, none);
 }
 
 // The cheaper plan alone, for the tests (see FaultFreeBlock).
@@ -682,6 +688,7 @@ __attribute__((noinline)) CH_TARGET auto Avx2Utf8Blocks(const uint8_t* src, size
     if (ascii && left.len == kBytes && cap - o >= kBytes) {
       // 64 ASCII bytes, and the text after them two blocks at a time for as
       // long as it is ASCII (English text).
+      paths.Took(kWholeAsciiBlockPath);
       Widen(v, dst + o);
       prev = v[1];
       i += kBytes;
@@ -711,7 +718,7 @@ __attribute__((noinline)) CH_TARGET auto Avx2Utf8Blocks(const uint8_t* src, size
     // Chinese text, from the first character not taken yet. The next block
     // starts at a character, so needs no bytes before it.
     const size_t start = i - left.open;
-    const size_t taken = ChineseGroups(src + start, n - start, dst + o, cap - o);
+    const size_t taken = ChineseGroups(src + start, n - start, dst + o, cap - o, paths);
     if (taken != 0) {
       i = start + 3 * taken;
       o += taken;
@@ -750,7 +757,7 @@ CH_TARGET auto Avx2Utf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* ds
   } else {
     // Chinese text shorter than a block is read where it stands, so it
     // needs no load in parts first (a tenth off a clause).
-    const size_t taken = ChineseTail(src + i, len, dst + o, cap - o);
+    const size_t taken = ChineseTail(src + i, len, dst + o, cap - o, paths);
     if (taken != 0) return paths.End(n, o + taken);
     LoadPart(src + i, len, v);
   }
@@ -765,7 +772,7 @@ CH_TARGET auto Avx2Utf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* ds
   }
   // Chinese groups in a whole block (a shorter text is taken above or not at
   // all); what they leave, fewer than 64 bytes, starts anew.
-  const size_t taken = ChineseGroups(src + i, len, dst + o, cap - o);
+  const size_t taken = ChineseGroups(src + i, len, dst + o, cap - o, paths);
   i += 3 * taken;
   o += taken;
   if (taken != 0) LoadPart(src + i, n - i, v);

@@ -218,8 +218,10 @@ CH_RUN size_t Avx512ThreeByteGroups(const uint8_t* src, size_t n, uint16_t* dst,
 // The run from UTF-8 past its first whole blocks of ASCII (see
 // Avx512Utf8To16): every kind of block. Kept out of line, so that its setup
 // stays out of the path that ends with those blocks.
-__attribute__((noinline)) CH_RUN RunEnd Utf8Blocks(const uint8_t* src, size_t n, size_t i,
-                                                   uint16_t* dst, size_t cap, size_t o) {
+template <typename Paths>
+__attribute__((noinline)) CH_RUN auto Utf8Blocks(const uint8_t* src, size_t n, size_t i,
+                                                 uint16_t* dst, size_t cap, size_t o) {
+  Paths paths;
   Utf8Bytes b = {};
   __m512i prev = _mm512_setzero_si512();
   while (i < n) {
@@ -229,6 +231,7 @@ __attribute__((noinline)) CH_RUN RunEnd Utf8Blocks(const uint8_t* src, size_t n,
     if ((b.nonAscii | b.claimed) == 0 && len == kBytes && cap - o >= kBytes) {
       // 64 ASCII bytes, and the text after them two blocks at a time for as
       // long as it is ASCII (English text).
+      paths.Took(kWholeAsciiBlockPath);
       Widen(x, dst + o);
       prev = x;
       i += kBytes;
@@ -313,21 +316,23 @@ __attribute__((noinline)) CH_RUN RunEnd Utf8Blocks(const uint8_t* src, size_t n,
     b.open = plan.next.open;
     prev = x;
   }
-  return {i, o};
+  return paths.End(i, o);
 }
 
 // Whole blocks of ASCII first, apart from the setup of the loop of every kind
 // of block (its constants, its aligned frame), which is most of what an
 // English sentence would cost: the block after them starts at a character.
-CH_RUN RunEnd Avx512Utf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* dst, size_t cap,
-                             size_t o) {
+template <typename Paths>
+CH_RUN auto Avx512Utf8To16(const uint8_t* src, size_t n, size_t i, uint16_t* dst, size_t cap,
+                           size_t o) {
   for (size_t blocks = Smaller(n - i, cap - o) / kBytes; blocks > 0;
        --blocks, i += kBytes, o += kBytes) {
     const __m512i x = _mm512_loadu_si512(src + i);
     if (_mm512_movepi8_mask(x) != 0) break;
     Widen(x, dst + o);
   }
-  return i == n ? RunEnd{i, o} : Utf8Blocks(src, n, i, dst, cap, o);
+  if (i == n) return Paths().End(i, o);
+  return Utf8Blocks<Paths>(src, n, i, dst, cap, o);
 }
 
 // The UTF-8 forms of 16 units in 32-bit lanes, first byte lowest, unused
@@ -581,13 +586,13 @@ CH_TARGET CH_WHOLE_BLOCKS size_t Avx512TerminatedLength16(const uint16_t* text) 
          2;
 }
 
-constexpr TracedRuns kAvx512TracedRuns = {nullptr, Avx512Utf16To8<PathLog>};
+constexpr TracedRuns kAvx512TracedRuns = {Avx512Utf8To16<PathLog>, Avx512Utf16To8<PathLog>};
 
 }  // namespace
 
 extern const Kernels kAvx512Kernels = {"avx512",
                                        Avx512Supported,
-                                       Avx512Utf8To16,
+                                       Avx512Utf8To16<NoPaths>,
                                        Avx512Utf16To8<NoPaths>,
                                        Avx512HalfWidth,
                                        Avx512TerminatedLength16,
