@@ -408,8 +408,9 @@ TEST(Kernels, RunsTakeEachOfTheirPathsUpToItsBoundAndNoFurther) {
   for (int k = 0; k < 32; ++k) e64 += "\xC3\xA9", zh8 += "\xE4\xBD\xA0";
   const std::tuple<std::string, std::string, size_t, uint32_t> from8[] = {
       {"avx2", std::string(64, 'a'), 64, kShortTextPath},
-      {"avx2", std::string(65, 'a'), 64, kWholeAsciiBlockPath},
-      {"avx2", std::string(65, 'a'), 63, 0},
+      {"avx2", std::string(65, 'a'), 64, kWholeAsciiBlockPath | kLastAsciiBytesPath},
+      {"avx2", std::string(65, 'a'), 63, kLastAsciiBytesPath},
+      {"avx2", std::string(128, 'a'), 128, kWholeAsciiBlockPath},
       {"avx2", e64, 39, kShortTextPath | kInPlacePath},
       {"avx2", e64, 38, kShortTextPath},
       {"avx2", "a" + e64, 39, kInPlacePath},
@@ -417,13 +418,14 @@ TEST(Kernels, RunsTakeEachOfTheirPathsUpToItsBoundAndNoFurther) {
       {"avx2", zh8.substr(0, 48), 16, kShortTextPath | kSixteenTailPath},
       {"avx2", zh8.substr(0, 45), 15, kShortTextPath},
       {"avx2", zh8, 32, 0},  // two whole groups, none left for the tail
-      {"avx512", e64 + std::string(65, 'a'), 96, kWholeAsciiBlockPath},
-      {"avx512", e64 + std::string(65, 'a'), 95, 0}};
+      {"avx512", e64 + std::string(65, 'a'), 96, kWholeAsciiBlockPath | kLastAsciiBytesPath},
+      {"avx512", e64 + std::string(65, 'a'), 95, kLastAsciiBytesPath},
+      {"avx512", e64 + std::string(64, 'a'), 96, kWholeAsciiBlockPath}};
   const std::tuple<std::string, std::u16string, size_t, uint32_t> from16[] = {
       {"avx2", a16, 16, kShortTextPath},
       {"avx2", a16 + u"a", 17, 0},
-      {"avx2", a16 + a16 + u"abcdefgh", 40, kLastAsciiPath},
-      {"avx2", a16 + a16 + u"abcdefgh", 39, 0},
+      {"avx2", a16 + a16 + a16, 48, kLastAsciiPath},
+      {"avx2", a16 + a16 + a16, 47, 0},
       {"avx2", e16 + a16, 48, kAsciiSecondHalfPath},
       {"avx2", e16 + a16, 47, 0},
       {"avx2", zh, 51, kChineseLast16Path},

@@ -131,6 +131,10 @@ enum RunPath : uint32_t {
   // AVX2 and AVX-512 from UTF-8: a whole block of 64 ASCII bytes in the loop
   // over blocks, and the ASCII after it two blocks at a time.
   kWholeAsciiBlockPath = 128,
+  // AVX2 and AVX-512 from UTF-8: in the loop over blocks, the ASCII of a
+  // text's last bytes, or what fits of it where the room ends, and the run
+  // ends (a text that ends with a whole block does not come here).
+  kLastAsciiBytesPath = 256,
 };
 
 // A traced run's result: where it ended, and the bits of the paths it took.

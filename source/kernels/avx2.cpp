@@ -709,6 +709,7 @@ __attribute__((noinline)) CH_TARGET auto Avx2Utf8Blocks(const uint8_t* src, size
       continue;
     }
     if (ascii) {  // the text's last bytes, or the room's: what fits, and the run ends
+      paths.Took(kLastAsciiBytesPath);
       const size_t take = Smaller(left.len, cap - o);
       WidenFirst(v, dst + o, take);
       i += take;

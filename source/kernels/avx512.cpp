@@ -250,6 +250,7 @@ __attribute__((noinline)) CH_RUN auto Utf8Blocks(const uint8_t* src, size_t n, s
       continue;
     }
     if ((b.nonAscii | b.claimed) == 0) {  // the text's last bytes, or the room's: what fits
+      paths.Took(kLastAsciiBytesPath);
       const size_t take = Smaller(len, cap - o);
       const uint64_t keep = Below(take);
       _mm512_mask_storeu_epi16(dst + o, static_cast<__mmask32>(keep),
