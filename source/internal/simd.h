@@ -144,23 +144,6 @@ struct TracedEnd {
   uint32_t paths;
 };
 
-// What a run keeps of its paths: nothing in the tables' runs, which pay
-// nothing for it, or their bits in the traced ones. Each run's code is one
-// template for both, so the traced run is the run.
-struct NoPaths {
-  static void Took(RunPath) {}
-  static RunEnd End(size_t i, size_t o) { return {i, o}; }
-  // Passed on as a reference, so that a run ending in another's call jumps
-  // to it: GCC calls it, then returns, when the result is copied on the way.
-  static RunEnd&& End(RunEnd&& end) { return static_cast<RunEnd&&>(end); }
-};
-struct PathLog {
-  uint32_t taken = 0;
-  void Took(RunPath path) { taken |= path; }
-  TracedEnd End(size_t i, size_t o) const { return {i, o, taken}; }
-  TracedEnd End(RunEnd end) const { return End(end.i, end.o); }
-};
-
 // A level's runs as they are, but reporting their paths (see RunPath); null
 // where a run has no such path.
 struct TracedRuns {

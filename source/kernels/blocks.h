@@ -14,6 +14,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "internal/simd.h"
+
 // Everything here is inlined into the run that calls it, even in a build
 // without optimization: the AVX-512 runs are not instrumented by
 // AddressSanitizer, and an instrumented helper reading their locals through a
@@ -23,6 +25,27 @@
 #define CH_PLAN __attribute__((always_inline)) inline
 
 namespace commonhelpers_internal {
+
+// What a run keeps of its paths (see RunPath): nothing in the tables' runs,
+// which pay nothing for it, or their bits in the traced ones. Each run's
+// code is one template for both, so the traced run is the run.
+struct NoPaths {
+  CH_PLAN static void Took(RunPath) {}
+  CH_PLAN static RunEnd End(size_t i, size_t o) { return {i, o}; }
+  // Passed on as a reference, so that a run ending in another's call jumps
+  // to it: GCC calls it, then returns, when the result is copied on the way.
+  CH_PLAN static RunEnd&& End(RunEnd&& end) { return static_cast<RunEnd&&>(end); }
+};
+class PathLog {
+ public:
+  CH_PLAN PathLog() : taken_(0) {}
+  CH_PLAN void Took(RunPath path) { taken_ |= path; }
+  CH_PLAN TracedEnd End(size_t i, size_t o) const { return {i, o, taken_}; }
+  CH_PLAN TracedEnd End(RunEnd end) const { return End(end.i, end.o); }
+
+ private:
+  uint32_t taken_;
+};
 
 // The positions below `count` (count <= 64).
 CH_PLAN constexpr uint64_t Below(size_t count) {
